@@ -1,0 +1,29 @@
+# The few target shapes of this project, each said once.
+
+add_library(corebeacon_warnings INTERFACE)
+target_compile_options(corebeacon_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2
+  $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
+  $<$<BOOL:${COREBEACON_WERROR}>:-Werror>)
+
+# corebeacon_module(platform a.cpp b.cpp): one folder of the library as an object library.
+# Which folder may include which is proven by a test; include paths are the same for all.
+function(corebeacon_module name)
+  add_library(corebeacon_${name} OBJECT ${ARGN})
+  target_include_directories(corebeacon_${name} PUBLIC
+    ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(corebeacon_${name} PUBLIC Threads::Threads PRIVATE corebeacon_warnings)
+endfunction()
+
+# corebeacon_test(engine SOURCES a.cpp LIBS corebeacon_platform ...): one GoogleTest program
+# named corebeacon_<name>_tests, run by ctest as <name>.
+function(corebeacon_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(corebeacon_${name}_tests ${ARG_SOURCES})
+  target_include_directories(corebeacon_${name}_tests PRIVATE
+    ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests
+    ${PROJECT_SOURCE_DIR}/tools)
+  target_link_libraries(corebeacon_${name}_tests PRIVATE
+    ${ARG_LIBS} GTest::gtest GTest::gtest_main Threads::Threads corebeacon_warnings)
+  add_test(NAME ${name} COMMAND corebeacon_${name}_tests)
+endfunction()

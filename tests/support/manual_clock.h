@@ -1,0 +1,77 @@
+/// A clock that stands still until a test moves it. Owned by a test; installed for its scope.
+#pragma once
+
+#include <mutex>
+#include <vector>
+
+#include "platform/clock.h"
+
+namespace corebeacon::test {
+
+class ManualClock : public Clock {
+public:
+    explicit ManualClock(TimePoint start = TimePoint(std::chrono::hours(1))) : mNow(start) {
+        SetClock(this);
+    }
+    ~ManualClock() override { SetClock(nullptr); }
+    ManualClock(const ManualClock&) = delete;
+    ManualClock& operator=(const ManualClock&) = delete;
+
+    TimePoint SteadyNow() const override {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return mNow;
+    }
+
+    WallTimePoint WallNow() const override {
+        return WallTimePoint(SteadyNow().time_since_epoch());
+    }
+
+    void WaitUntil(CondVar& cond, Mutex& mutex, TimePoint deadline) override REQUIRES(mutex) {
+        {
+            std::lock_guard<std::mutex> lock(mMutex);
+            if (mNow >= deadline) {
+                return;
+            }
+            mWaiters.push_back({&cond, &mutex});
+        }
+        cond.Wait(mutex);
+        std::lock_guard<std::mutex> lock(mMutex);
+        for (auto waiter = mWaiters.begin(); waiter != mWaiters.end(); ++waiter) {
+            if (waiter->cond == &cond) {
+                mWaiters.erase(waiter);
+                break;
+            }
+        }
+    }
+
+    /// Moves the time on and wakes whoever waits for a deadline.
+    void Advance(std::chrono::nanoseconds step) {
+        std::vector<Waiter> waiters;
+        {
+            std::lock_guard<std::mutex> lock(mMutex);
+            mNow += step;
+            waiters = mWaiters;
+        }
+        for (const Waiter& waiter : waiters) {
+            // Passing through the waiter's mutex makes sure that it is inside its wait by now.
+            { MutexLock lock(*waiter.mutex); }
+            waiter.cond->NotifyAll();
+        }
+    }
+
+    std::size_t WaiterCount() const {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return mWaiters.size();
+    }
+
+private:
+    struct Waiter {
+        CondVar* cond;
+        Mutex* mutex;
+    };
+    mutable std::mutex mMutex;
+    TimePoint mNow;                // guarded by mMutex
+    std::vector<Waiter> mWaiters;  // guarded by mMutex
+};
+
+}  // namespace corebeacon::test
