@@ -1,0 +1,179 @@
+#include <map>
+#include <string>
+
+#include "corebeacon/config_manager.h"
+#include "front/config_manager_state.h"
+#include "front/entry_validation.h"
+#include "platform/clock.h"
+#include "platform/logging.h"
+#include "platform/sys_wrapper.h"
+
+namespace corebeacon {
+
+namespace {
+
+constexpr const char* LOG_TAG = "PF_CFG_MGR";
+
+constexpr unsigned int kMinDurationMs = 20;
+constexpr unsigned int kMaxDurationMs = 60000;
+
+}  // namespace
+
+int ConfigManager::PerfRequest(int pid, unsigned int duration,
+                               const std::vector<PerfRequestInfo>& request, unsigned long& handle) {
+    const TimePoint now = SteadyNow();
+    PerfCommandType type = PERF_COMMAND_LONG_START;
+    TimePoint end{};
+    AddSysTraceName(request);
+    if (duration != 0) {
+        if (duration < kMinDurationMs || duration > kMaxDurationMs) {
+            LOGE("[%s:%d] duration(%u) out of range(%u, %u)", duration, kMinDurationMs,
+                 kMaxDurationMs);
+            return -1;
+        }
+        type = PERF_COMMAND_SHORT_START;
+        end = now + std::chrono::milliseconds(duration);
+    }
+    if (PreHandleEasBaseCommand(duration, type, request) != 0) {
+        LOGE("[%s:%d] PreHandleEasBaseCommand failed");
+        return -1;
+    }
+    PerfQosId invalid = PERF_QOS_INVALID;
+    std::vector<QosInfoInt> accepted = RequestFilter(request);
+    if (accepted.empty() || RequestValidate(type, accepted, invalid) != 0 || accepted.empty()) {
+        LOGE("[%s:%d] RequestValidate failed, pid=%d, invalidQosId=%u", pid, invalid);
+        return -1;
+    }
+    CommandWrapper cmd(type, now, end, duration);
+    for (const QosInfoInt& entry : accepted) {
+        cmd.InsertRequestCommand(entry.qosId, entry.groups);
+    }
+    return StartRequest(pid, now, cmd, handle);
+}
+
+int ConfigManager::StartRequest(int pid, const TimePoint& now, CommandWrapper& cmd,
+                                unsigned long& handle) {
+    if (mState->commandManager.RequestHandle(pid, now, cmd, handle) != 0) {
+        LOGE("[%s:%d] RequestHandle failed for pid %d", pid);
+        return -1;
+    }
+    if (SendRegistered(pid, cmd) != 0) {
+        LOGE("[%s:%d] SendCmdToResources failed for pid %d", pid);
+        return -1;
+    }
+    return 0;
+}
+
+int ConfigManager::SendRegistered(int pid, const CommandWrapper& cmd) {
+    if (mState->resourceManager.SendCmdToResources(cmd) != 0) {
+        return -1;
+    }
+    if (cmd.GetType() == PERF_COMMAND_BASE_SET ||
+        mState->commandManager.IsRegistered(pid, cmd.GetHandle())) {
+        return 0;
+    }
+    // A release-all took the handle between its registration and the sending, so its stop may have
+    // been queued ahead of this start. Without a second stop the value would stand for ever.
+    CommandWrapper stop = cmd;
+    if (mState->commandManager.UpdateReleaseCommandType(stop) != 0) {
+        return -1;
+    }
+    return mState->resourceManager.SendCmdToResources(stop);
+}
+
+int ConfigManager::PreHandleEasBaseCommand(unsigned int duration, PerfCommandType& type,
+                                           const std::vector<PerfRequestInfo>& request) const {
+    std::size_t baseCount = 0;
+    for (const PerfRequestInfo& info : request) {
+        baseCount += (info.qosId == PERF_QOS_EAS_BASE) ? 1U : 0U;
+    }
+    if (baseCount == 0) {
+        return 0;
+    }
+    if (duration != 0 || baseCount != request.size()) {
+        LOGE("[%s:%d] invalid set base command!");
+        return -1;
+    }
+    type = PERF_COMMAND_BASE_SET;
+    return 0;
+}
+
+std::vector<QosInfoInt> ConfigManager::RequestFilter(
+    const std::vector<PerfRequestInfo>& request) const {
+    std::map<PerfQosId, GroupValueMap> merged;
+    for (const PerfRequestInfo& info : request) {
+        const PerfQosId qosId = (info.qosId == PERF_QOS_EAS_BASE) ? PERF_QOS_EAS : info.qosId;
+        GroupValueMap& existing = merged[qosId];
+        existing = MergeGroupInfo(existing, BuildGroupInfo(info.groups));
+    }
+    std::vector<QosInfoInt> filtered;
+    filtered.reserve(merged.size());
+    for (auto& [qosId, groups] : merged) {
+        filtered.push_back({qosId, std::move(groups)});
+    }
+    return filtered;
+}
+
+int ConfigManager::RequestValidate(PerfCommandType type, std::vector<QosInfoInt>& request,
+                                   PerfQosId& invalid) const {
+    std::vector<QosInfoInt> accepted;
+    accepted.reserve(request.size());
+    for (QosInfoInt& entry : request) {
+        const Verdict verdict =
+            ValidateEntry(mState->resourceManager, type, entry.qosId, entry.groups);
+        if (verdict != Verdict::ACCEPTED) {
+            invalid = entry.qosId;
+        }
+        if (verdict == Verdict::REFUSED) {
+            return -1;
+        }
+        if (verdict == Verdict::ABSENT) {
+            continue;
+        }
+        accepted.push_back(std::move(entry));
+    }
+    request = std::move(accepted);
+    return 0;
+}
+
+GroupValueMap ConfigManager::BuildGroupInfo(const std::vector<GroupInfo>& groups) const {
+    GroupValueMap built;
+    for (const GroupInfo& group : groups) {
+        for (const auto& [operation, value] : group.values) {
+            built[group.groupId][operation] = value;
+        }
+    }
+    return built;
+}
+
+GroupValueMap ConfigManager::MergeGroupInfo(const GroupValueMap& existing,
+                                            const GroupValueMap& added) const {
+    GroupValueMap merged = existing;
+    for (const auto& [groupId, values] : added) {
+        for (const auto& [operation, value] : values) {
+            merged[groupId][operation] = value;
+        }
+    }
+    return merged;
+}
+
+void ConfigManager::AddSysTraceName(const std::vector<PerfRequestInfo>& request) const {
+    if (!SysWrapper::IsSysTraceEnabled()) {
+        return;
+    }
+    std::string name = "corebeacon_log:request";
+    for (const PerfRequestInfo& info : request) {
+        name += " {" + std::to_string(info.qosId);
+        for (const GroupInfo& group : info.groups) {
+            name += " [" + std::to_string(group.groupId);
+            for (const auto& [operation, value] : group.values) {
+                name += " " + std::to_string(operation) + ":" + std::to_string(value);
+            }
+            name += "]";
+        }
+        name += "}";
+    }
+    SysWrapper::SysTraceName(name);
+}
+
+}  // namespace corebeacon
