@@ -1,0 +1,120 @@
+#include "command/command_wrapper.h"
+
+#include <map>
+#include <utility>
+
+#include "platform/logging.h"
+
+namespace corebeacon {
+
+namespace {
+
+constexpr const char* LOG_TAG = "PF_CMD_WRAPPER";
+
+constexpr unsigned int kProbeGroup = 0;
+
+void DumpItem(const PerfCommandItem& item, std::ostringstream& out) {
+    out << "{" << item.qosId << ": ";
+    for (const auto& [group, values] : item.groups) {
+        out << "[" << group << " ";
+        for (const auto& [operation, value] : values) {
+            out << "(" << operation << ":" << value << ")";
+        }
+        out << "]";
+    }
+    out << "}\n";
+}
+
+}  // namespace
+
+CommandWrapper::CommandWrapper(PerfCommandType type, const TimePoint& start, const TimePoint& end,
+                               unsigned int duration)
+    : mType(type), mStartTime(start), mEndTime(end), mDuration(duration) {}
+
+void CommandWrapper::FillInHandle(unsigned long handle) {
+    mHandle = handle;
+    for (const auto& item : mItems) {
+        if (item == nullptr) {
+            LOGE("[%s:%d] command ptr is NULL!");
+            return;
+        }
+        item->handle = handle;
+    }
+}
+
+void CommandWrapper::FillInWorkMode(PerfWorkMode mode) {
+    for (auto& item : mItems) {
+        if (item == nullptr) {
+            LOGE("[%s:%d] command ptr is NULL!");
+            return;
+        }
+        auto amended = std::make_shared<PerfCommandItem>(*item);
+        amended->workMode = mode;
+        item = std::move(amended);
+    }
+}
+
+void CommandWrapper::InsertRequestCommand(PerfQosId qos, const GroupValueMap& groups) {
+    InsertEventCommand(qos, mStartTime, mEndTime, groups);
+}
+
+void CommandWrapper::InsertEventCommand(PerfQosId qos, const TimePoint& start, const TimePoint& end,
+                                        const GroupValueMap& groups) {
+    auto item = std::make_shared<PerfCommandItem>();
+    item->qosId = qos;
+    item->startTime = start;
+    item->endTime = end;
+    item->groups = groups;
+    InsertItem(std::move(item));
+}
+
+void CommandWrapper::InsertWorkModeCommand() {
+    InsertRequestCommand(PERF_QOS_CPU_L, {});
+}
+
+void CommandWrapper::InsertDebugCommand(PerfQosId qos) {
+    InsertRequestCommand(qos, {});
+}
+
+void CommandWrapper::InsertSuspendCommand(PerfQosId qos) {
+    InsertRequestCommand(qos, {});
+}
+
+void CommandWrapper::InsertProbeCommand(const TimePoint& start, const TimePoint& end, int cpuM,
+                                        int cpuB, int gpu) {
+    LOGD("[%s:%d] build probe cmd: gpu=%u, cpuM=%u, cpuB=%u", static_cast<unsigned int>(gpu),
+         static_cast<unsigned int>(cpuM), static_cast<unsigned int>(cpuB));
+    const std::pair<PerfQosId, int> boosts[] = {
+        {PERF_QOS_CPU_M, cpuM}, {PERF_QOS_CPU_B, cpuB}, {PERF_QOS_GPU, gpu}};
+    for (const auto& [qos, value] : boosts) {
+        // 0 is how a host leaves a tunable alone; a boost to 0 would occupy its queue for nothing.
+        if (value != 0) {
+            InsertEventCommand(qos, start, end, {{kProbeGroup, {{PERF_OPERATION_BOOST, value}}}});
+        }
+    }
+}
+
+void CommandWrapper::InsertItem(std::shared_ptr<PerfCommandItem> item) {
+    mItems.push_back(std::move(item));
+}
+
+std::string CommandWrapper::GetCmdTypeString() const {
+    static const std::map<PerfCommandType, std::string> names = {
+        {PERF_COMMAND_SHORT_START, "ShortStart"}, {PERF_COMMAND_SHORT_STOP, "ShortStop"},
+        {PERF_COMMAND_LONG_START, "LongStart"},   {PERF_COMMAND_LONG_STOP, "LongStop"},
+        {PERF_COMMAND_MODE_START, "ModeStart"},
+    };
+    const auto name = names.find(mType);
+    return name != names.end() ? name->second : "invalid command type";
+}
+
+void CommandWrapper::Dump(std::ostringstream& out) const {
+    out << GetCmdTypeString() << " duration " << mDuration << "\n";
+    for (const auto& item : mItems) {
+        if (item != nullptr) {
+            DumpItem(*item, out);
+        }
+    }
+}
+
+}  // namespace corebeacon
