@@ -1,0 +1,205 @@
+#include "command/command_manager.h"
+
+#include <algorithm>
+
+#include "platform/logging.h"
+
+namespace corebeacon {
+
+namespace {
+
+constexpr const char* LOG_TAG = "PF_CMD_MGR";
+
+constexpr int kNoProbeHandle = 2;
+
+/// The items of an event or probe have times of their own. Were the command filed under its own
+/// end, the table would forget it while its values are still in force.
+void ExtendEndToItems(CommandWrapper& cmd) {
+    TimePoint end = cmd.GetEndTime();
+    for (const auto& item : cmd.GetItems()) {
+        if (item != nullptr) {
+            end = std::max(end, item->endTime);
+        }
+    }
+    cmd.SetEndTime(end);
+}
+
+}  // namespace
+
+CommandManager::CommandManager(unsigned int maxProcesses, unsigned int maxHandlesPerProcess,
+                               unsigned int maxHandles, int reservedPid, unsigned long firstHandle)
+    : mMaxProcesses(maxProcesses),
+      mMaxHandlesPerProcess(maxHandlesPerProcess),
+      mMaxHandles(maxHandles),
+      mReservedPid(reservedPid),
+      mNextHandle(firstHandle) {}
+
+int CommandManager::RequestHandle(int pid, const TimePoint& now, CommandWrapper& cmd,
+                                  unsigned long& handle) {
+    if (pid <= mReservedPid) {
+        LOGE("[%s:%d] invalid pid: %d", pid);
+        return -1;
+    }
+    if (cmd.GetType() == PERF_COMMAND_BASE_SET) {
+        handle = kNoHandle;
+        LOGD("[%s:%d] PERF_COMMAND_BASE_SET not need allocate handle!");
+        return 0;
+    }
+    MutexLock lock(mMutex);
+    ClearExpiredHandle(now);
+    handle = AllocHandleByPid(pid);
+    if (handle == kInvalidHandle) {
+        LOGE("[%s:%d] alloc new handle failed for pid %d", pid);
+        return -1;
+    }
+    return StoreCommand(pid, handle, kRequestRecordKind, cmd);
+}
+
+int CommandManager::RequestEventHandle(PerfEventId id, const TimePoint& now, CommandWrapper& cmd,
+                                       unsigned long& handle) {
+    MutexLock lock(mMutex);
+    ClearExpiredHandle(now);
+    handle = AllocHandleByPid(mReservedPid);
+    if (handle == kInvalidHandle) {
+        LOGE("[%s:%d] alloc new handle failed for pid %d", mReservedPid);
+        return -1;
+    }
+    ExtendEndToItems(cmd);
+    if (StoreCommand(mReservedPid, handle, id, cmd) != 0) {
+        return -1;
+    }
+    mEvents.emplace(id, handle);
+    return 0;
+}
+
+int CommandManager::RequestProbeHandle(int tid, const TimePoint& now, CommandWrapper& cmd,
+                                       unsigned long& handle) {
+    MutexLock lock(mMutex);
+    // First of all, so that a probe which has run out does not pass for a duplicate.
+    ClearExpiredHandle(now);
+    if (mProbes.contains(tid)) {
+        return 0;
+    }
+    // Ids up to the reserved one belong to the service, whose events must not mix with a thread's
+    // probe; negative ones are left to the allocator's own refusal.
+    const bool reserved = tid >= 0 && tid <= mReservedPid;
+    handle = reserved ? kInvalidHandle : AllocHandleByPid(tid);
+    if (handle == kInvalidHandle) {
+        LOGE("[%s:%d] alloc new handle failed for tid %d", tid);
+        return kNoProbeHandle;
+    }
+    ExtendEndToItems(cmd);
+    if (StoreCommand(tid, handle, kProbeRecordKind, cmd) != 0) {
+        return -1;
+    }
+    mProbes.emplace(tid, handle);
+    return 0;
+}
+
+bool CommandManager::IsRegistered(int pid, unsigned long handle) const {
+    MutexLock lock(mMutex);
+    const auto owner = mCommands.find(pid);
+    return owner != mCommands.end() && owner->second.contains(handle);
+}
+
+CommandManager::Counts CommandManager::GetCounts() const {
+    MutexLock lock(mMutex);
+    Counts counts{.liveHandles = mLiveHandles,
+                  .owners = mCommands.size(),
+                  .endTimeRecords = mEndTimes.Size(),
+                  .events = mEvents.size(),
+                  .probes = mProbes.size()};
+    for (const auto& [owner, commands] : mCommands) {
+        counts.commands += commands.size();
+    }
+    return counts;
+}
+
+unsigned long CommandManager::AllocHandleByPid(int pid) {
+    if (mLiveHandles >= mMaxHandles) {
+        LOGE("[%s:%d] total handle num reach maximum: %u", mMaxHandles);
+        return kInvalidHandle;
+    }
+    if (pid < 0) {
+        LOGE("[%s:%d] invalid pid: %d", pid);
+        return kInvalidHandle;
+    }
+    const auto owner = mCommands.find(pid);
+    if (owner != mCommands.end()) {
+        if (owner->second.size() >= mMaxHandlesPerProcess) {
+            LOGE("[%s:%d] handle num in one process reach maximum: %u", mMaxHandlesPerProcess);
+            return kInvalidHandle;
+        }
+    } else if (mCommands.size() >= mMaxProcesses) {
+        LOGE("[%s:%d] process num reach maximum: %u", mMaxProcesses);
+        return kInvalidHandle;
+    }
+    if (mNextHandle == kInvalidHandle) {
+        LOGE("[%s:%d] not enough handle");
+        return kInvalidHandle;
+    }
+    ++mLiveHandles;
+    return mNextHandle++;
+}
+
+int CommandManager::StoreCommand(int owner, unsigned long handle, std::uint32_t kind,
+                                 CommandWrapper& cmd) {
+    switch (cmd.GetType()) {
+        case PERF_COMMAND_SHORT_START:
+        case PERF_COMMAND_LONG_START:
+        case PERF_COMMAND_MODE_START:
+            break;
+        default:
+            // The number is spent and stays counted: no command of the front comes here, and the
+            // count falls only for what leaves the table.
+            LOGE("[%s:%d] invalid command type: %u", static_cast<unsigned int>(cmd.GetType()));
+            return -1;
+    }
+    cmd.FillInHandle(handle);
+    if (!mCommands[owner].try_emplace(handle, cmd).second) {
+        LOGE("[%s:%d] handle duplicate: %lu", handle);
+        --mLiveHandles;
+        return -1;
+    }
+    // The type decides, not the end time: a work mode carries its time of request as its end.
+    if (cmd.GetType() == PERF_COMMAND_SHORT_START) {
+        mEndTimes.Insert({owner, handle, cmd.GetEndTime(), kind});
+    }
+    return 0;
+}
+
+void CommandManager::ClearExpiredHandle(const TimePoint& now) {
+    EndTimeRecord record;
+    while (mEndTimes.TakeExpired(now, record)) {
+        DropExpired(record);
+    }
+}
+
+void CommandManager::DropExpired(const EndTimeRecord& record) {
+    if (record.owner == mReservedPid) {
+        mEvents.erase({record.kind, record.handle});
+    } else if (record.kind == kProbeRecordKind) {
+        ForgetProbe(record.owner, record.handle);
+    }
+    const auto owner = mCommands.find(record.owner);
+    if (owner == mCommands.end() || owner->second.erase(record.handle) == 0) {
+        return;
+    }
+    --mLiveHandles;
+    if (owner->second.empty()) {
+        mCommands.erase(owner);
+    }
+}
+
+void CommandManager::ForgetProbe(int tid, unsigned long handle) {
+    const auto probe = mProbes.find(tid);
+    if (probe != mProbes.end() && probe->second == handle) {
+        mProbes.erase(probe);
+    }
+}
+
+int CommandManager::DeleteFromShortTermEndtimeMap(const TimePoint& end, unsigned long handle) {
+    return mEndTimes.Erase(end, handle) ? 0 : -1;
+}
+
+}  // namespace corebeacon

@@ -1,0 +1,86 @@
+#include "command/work_mode_manager.h"
+
+#include <algorithm>
+
+#include "command/handle.h"
+#include "platform/logging.h"
+
+namespace corebeacon {
+
+namespace {
+
+constexpr const char* LOG_TAG = "PF_WM_MGR";
+
+}  // namespace
+
+WorkModeManager::WorkModeManager() {
+    // Never released, so that there always is a first entry. It stays at mode 0 whatever
+    // InitWorkMode says: a system that has served a mode request comes to rest in mode 0.
+    mModeSet.insert({kNoHandle, PERF_WORK_MODE_0});
+}
+
+int WorkModeManager::InitWorkMode(PerfWorkMode mode) {
+    if (!IsValidWorkModeId(mode)) {
+        LOGE("[%s:%d] Init invalid workMode %u", static_cast<unsigned int>(mode));
+        return -1;
+    }
+    MutexLock lock(mMutex);
+    mCurrMode = mode;
+    return 0;
+}
+
+int WorkModeManager::SetWorkMode(unsigned long handle, unsigned int mode, PerfWorkMode& result) {
+    MutexLock lock(mMutex);
+    if (mHandleSet.contains(handle)) {
+        LOGE("[%s:%d] invalid handle: %lu", handle);
+        return -1;
+    }
+    if (!IsValidWorkModeId(mode)) {
+        LOGE("[%s:%d] invalid mode id: %u", mode);
+        return -1;
+    }
+    mHandleSet.insert(handle);
+    mModeSet.insert({handle, static_cast<PerfWorkMode>(mode)});
+    return UpdateCurrWorkMode(result);
+}
+
+int WorkModeManager::ReleaseWorkMode(unsigned long handle, PerfWorkMode& result) {
+    MutexLock lock(mMutex);
+    if (mHandleSet.erase(handle) == 0) {
+        LOGE("[%s:%d] invalid handle: %lu", handle);
+        return -1;
+    }
+    mModeSet.erase(
+        std::find_if(mModeSet.begin(), mModeSet.end(),
+                     [handle](const WorkModeInfo& info) { return info.handle == handle; }));
+    LOGD("[%s:%d] release mode succ");
+    return UpdateCurrWorkMode(result);
+}
+
+PerfWorkMode WorkModeManager::GetCurrWorkMode() const {
+    MutexLock lock(mMutex);
+    return mCurrMode;
+}
+
+void WorkModeManager::Dump(std::ostringstream& out) const {
+    MutexLock lock(mMutex);
+    out << "\ncurrent mode = " << mCurrMode << ", modeNum(" << mModeSet.size()
+        << ") <value, handle>:\n";
+    for (const WorkModeInfo& info : mModeSet) {
+        if (info.handle == kNoHandle) {
+            out << "<" << info.mode << ",*>";
+        } else {
+            out << "<" << info.handle << ", " << info.mode << "> ";
+        }
+    }
+}
+
+int WorkModeManager::UpdateCurrWorkMode(PerfWorkMode& result) {
+    const PerfWorkMode winner = mModeSet.begin()->mode;
+    const bool changed = winner != mCurrMode;
+    mCurrMode = winner;
+    result = winner;
+    return changed ? 1 : 0;
+}
+
+}  // namespace corebeacon
