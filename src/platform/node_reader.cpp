@@ -1,0 +1,61 @@
+#include "platform/node_reader.h"
+
+#include <fcntl.h>
+
+#include <array>
+#include <cerrno>
+
+#include "corebeacon/node_io.h"
+
+namespace corebeacon {
+
+namespace {
+
+int OpenForReading(const std::string& path) {
+    int fd = -1;
+    do {
+        fd = GetNodeIo().Open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    } while (fd < 0 && errno == EINTR);
+    return fd;
+}
+
+// 0 at the end of the node, otherwise the errno value that ended the reading.
+int ReadToEnd(int fd, std::string& text) {
+    std::array<char, 4096> buffer;  // a sysfs attribute is one page at most
+    for (;;) {
+        const ssize_t got = GetNodeIo().Read(fd, buffer.data(), buffer.size());
+        if (got == 0) {
+            return 0;
+        }
+        if (got < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return errno;
+        }
+        if (text.size() + static_cast<std::size_t>(got) > kMaxNodeBytes) {
+            return EFBIG;
+        }
+        text.append(buffer.data(), static_cast<std::size_t>(got));
+    }
+}
+
+}  // namespace
+
+int ReadNode(const std::string& path, std::string& out) {
+    const int fd = OpenForReading(path);
+    if (fd < 0) {
+        return -1;
+    }
+    std::string text;
+    const int error = ReadToEnd(fd, text);
+    GetNodeIo().Close(fd);
+    if (error != 0) {
+        errno = error;  // closing may have overwritten it
+        return -1;
+    }
+    out.swap(text);
+    return 0;
+}
+
+}  // namespace corebeacon
