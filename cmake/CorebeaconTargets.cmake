@@ -15,6 +15,22 @@ function(corebeacon_module name)
   target_link_libraries(corebeacon_${name} PUBLIC Threads::Threads PRIVATE corebeacon_warnings)
 endfunction()
 
+# The test programs' common precompiled header. Its owner is itself a program, since compilers refuse
+# a header that was precompiled for another kind of code.
+function(corebeacon_use_test_pch target)
+  if(NOT COREBEACON_TEST_PCH)
+    return()
+  endif()
+  if(NOT TARGET corebeacon_test_pch)
+    file(WRITE ${PROJECT_BINARY_DIR}/test_pch.cpp "int main() { return 0; }\n")
+    add_executable(corebeacon_test_pch ${PROJECT_BINARY_DIR}/test_pch.cpp)
+    target_link_libraries(corebeacon_test_pch PRIVATE GTest::gtest Threads::Threads)
+    target_precompile_headers(corebeacon_test_pch PRIVATE
+      <gtest/gtest.h> <functional> <map> <memory> <set> <sstream> <string> <thread> <vector>)
+  endif()
+  target_precompile_headers(${target} REUSE_FROM corebeacon_test_pch)
+endfunction()
+
 # corebeacon_test(engine SOURCES a.cpp LIBS corebeacon_platform ...): one GoogleTest program
 # named corebeacon_<name>_tests, run by ctest as <name>.
 function(corebeacon_test name)
@@ -25,5 +41,6 @@ function(corebeacon_test name)
     ${PROJECT_SOURCE_DIR}/tools)
   target_link_libraries(corebeacon_${name}_tests PRIVATE
     ${ARG_LIBS} GTest::gtest GTest::gtest_main Threads::Threads corebeacon_warnings)
+  corebeacon_use_test_pch(corebeacon_${name}_tests)
   add_test(NAME ${name} COMMAND corebeacon_${name}_tests)
 endfunction()

@@ -1,0 +1,31 @@
+# What `cmake --install` lays down: the headers, both libraries, the program, and the two ways for
+# another build to find them (a CMake package and a pkg-config file). All of it is relocatable.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/corebeacon)
+
+install(DIRECTORY include/corebeacon DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+        FILES_MATCHING PATTERN "*.h")
+install(TARGETS corebeacon_shared corebeacon_static EXPORT corebeacon_targets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+if(TARGET corebeacon)
+  install(TARGETS corebeacon RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+
+install(EXPORT corebeacon_targets NAMESPACE corebeacon:: FILE corebeaconTargets.cmake
+        DESTINATION ${package_dir})
+configure_package_config_file(cmake/corebeaconConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/corebeaconConfig.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/corebeaconConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/corebeaconConfig.cmake
+              ${PROJECT_BINARY_DIR}/corebeaconConfigVersion.cmake
+        DESTINATION ${package_dir})
+
+# The prefix is told relative to the .pc file, so that a staged or moved tree still works.
+file(RELATIVE_PATH COREBEACON_PC_PREFIX
+     ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+configure_file(cmake/corebeacon.pc.in ${PROJECT_BINARY_DIR}/corebeacon.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/corebeacon.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
