@@ -73,8 +73,8 @@ private:
     bool TakeInEffectWaitingThread(TimePoint now) REQUIRES(mMutex);
     void BuildExpiredList(TimePoint now) REQUIRES(mMutex);
     TimePoint FindMinTime() const REQUIRES(mMutex);
-    bool DeleteFromQue(int tid, const ThreadTime& time) REQUIRES(mMutex);
-    bool DeleteFromEffectiveQue(int tid, TimePoint endTime) REQUIRES(mMutex);
+    void DeleteFromQue(int tid, const ThreadTime& time) REQUIRES(mMutex);
+    void DeleteFromEffectiveQue(int tid, TimePoint endTime) REQUIRES(mMutex);
 
     // Fixed while the worker runs.
     std::string mNodePath;
