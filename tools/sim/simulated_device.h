@@ -8,7 +8,7 @@
 /// twice, so that a use after close is seen as EBADF.
 #pragma once
 
-#include <chrono>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -17,30 +17,21 @@
 #include <mutex>
 #include <shared_mutex>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "corebeacon/node_io.h"
 #include "sim/fault.h"
+#include "sim/node_traits.h"
 #include "sim/operation.h"
 
 namespace corebeacon::sim {
 
 class CpufreqPolicy;
+class FaultList;
 class Node;
 class NodeSlot;
 class OperationRecord;
-struct OpenFile;
-
-/// Which kernel the cpufreq policies take after.
-enum class KernelStyle {
-    CURRENT,  ///< values are rounded to the frequency table; an offline policy gives EBUSY
-    OLD,      ///< values read back as asked; an offline policy refuses writes with EINVAL
-};
-
-enum class Access { READ_WRITE, READ_ONLY, WRITE_ONLY };
-
-/// How a latency or bandwidth node makes one value of all that its open descriptors ask for.
-enum class Aggregate { SMALLEST, LARGEST, SUM };
 
 struct ThermalZoneSetUp {
     std::string type;
@@ -178,28 +169,32 @@ public:
     std::map<std::string, std::string> Snapshot() const;
 
 private:
-    friend class ChipSetUp;
+    struct OpenFile;
 
-    void Add(const std::string& path, std::shared_ptr<Node> node);
+    std::shared_ptr<NodeSlot> Add(const std::string& path, std::shared_ptr<Node> node);
     std::shared_ptr<NodeSlot> Slot(const std::string& path) const;
+    std::vector<std::shared_ptr<NodeSlot>> AllSlots() const;
     std::vector<std::shared_ptr<NodeSlot>> SlotsBelow(const std::string& directory) const;
-    std::shared_ptr<OpenFile> File(int fd) const;
+    std::vector<std::shared_ptr<CpufreqPolicy>> Policies() const;
     std::shared_ptr<CpufreqPolicy> Policy(const std::string& directory) const;
-    void FollowGovernor(const std::string& policyDirectory);
-    /// Completes, counts, records and announces an operation.
-    void Finish(Operation& operation, NodeSlot* slot);
+    void HideIdleGovernors();
+    std::shared_ptr<OpenFile> File(int fd) const;
+    ssize_t OpenSlot(Operation& operation, const std::shared_ptr<NodeSlot>& slot, int flags);
+    template <typename Perform>
+    ssize_t Serve(Operation& operation, Perform perform);
+    void Note(Operation& operation, ssize_t outcome);
+    ssize_t Announce(const Operation& operation, int formerErrno) const;
 
-    mutable std::shared_mutex mTreeMutex;
+    std::atomic<int> mNextFd;
+    const std::unique_ptr<FaultList> mFaults;
+    const std::unique_ptr<OperationRecord> mRecord;
+
+    mutable std::shared_mutex mTreeMutex;  // never held while a slot's lock is taken
     // guarded by mTreeMutex
     std::map<std::string, std::shared_ptr<NodeSlot>> mSlots;
     std::map<std::string, std::shared_ptr<CpufreqPolicy>> mPolicies;
-    std::map<int, std::shared_ptr<OpenFile>> mFiles;
-    int mNextFd;
+    std::unordered_map<int, std::shared_ptr<OpenFile>> mFiles;
     KernelStyle mStyle = KernelStyle::CURRENT;
-
-    // own locks
-    std::unique_ptr<class FaultList> mFaults;
-    std::unique_ptr<OperationRecord> mRecord;
 
     mutable std::shared_mutex mObserverMutex;
     Observer mObserver;  // guarded by mObserverMutex
