@@ -2,6 +2,7 @@
 /// telling the chip variant. Any thread may call these functions.
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include "corebeacon/configurable_event.h"
@@ -31,5 +32,15 @@ COREBEACON_API std::vector<ConfigurableEvent> GetConfigurableEventVec(
 
 /// The name of a QoS, "CPU_L" for instance; null for an id without a name.
 COREBEACON_API const char* PerfQosName(PerfQosId qosId);
+
+/// The most groups that PERF_QOS_EAS may have.
+inline constexpr unsigned int kPerfEasGroupCount = 9;
+/// The task group behind a group of PERF_QOS_EAS, "TOP_APP" for instance; null from
+/// kPerfEasGroupCount on.
+COREBEACON_API const char* PerfEasGroupName(unsigned int groupId);
+
+/// Names kept for QoS that a host may describe by itself; the built-in table has none of them.
+inline constexpr std::array<const char*, 4> kPerfHostQosNames = {
+    "IO_SPEED", "POLLING_INTERVAL_CPU_L", "GPU_SCENE_VFREQ", "CORE_CTL_CLUSTER2"};
 
 }  // namespace corebeacon
