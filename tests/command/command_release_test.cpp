@@ -2,6 +2,7 @@
 
 #include "command/command_fixture.h"
 #include "command/command_manager_peer.h"
+#include "platform/logging.h"
 
 namespace corebeacon {
 namespace {
@@ -328,6 +329,24 @@ TEST_F(CommandTable, AProbeReleaseReportsABadTypeAndAMissingRecord) {
                                     "deleteFromeEndtimeMap failed"}));
     EXPECT_EQ(mManager.GetCounts().probes, 0U);
     EXPECT_EQ(mManager.GetCounts().liveHandles, 0U);
+}
+
+TEST_F(CommandTable, FailedLookUpsAreSilentWithoutTheDebugSwitch) {
+    PfLogonNamespace::PfLogonSet(kLogSwitchInfo);
+    CommandWrapper base(PERF_COMMAND_BASE_SET, Now(), TimePoint(), 0);
+    CommandWrapper out;
+    HandleCommandMap all;
+    std::vector<CommandWrapper> stopped;
+    EXPECT_EQ(Request(kPid, base), kNoHandle);
+    EXPECT_EQ(mManager.BuildReleaseCommand(kPid, 1, out), -1);
+    EXPECT_EQ(mManager.BuildReleaseAllCommand(kPid, all), -1);
+    EXPECT_EQ(mManager.BuildEventReleaseCommand(3, stopped), -1);
+    EXPECT_EQ(mManager.BuildProbeReleaseCommand(77, out), -1);
+    CommandManagerPeer::EraseCommand(mManager, 0, RequestEvent(3, Event(100)));
+    CommandManagerPeer::EraseCommand(mManager, 77, RequestProbe(77, Event(100)));
+    EXPECT_EQ(mManager.BuildEventReleaseCommand(3, stopped), -1);
+    EXPECT_EQ(mManager.BuildProbeReleaseCommand(77, out), -1);
+    EXPECT_TRUE(mLog.Lines().empty());
 }
 
 TEST_F(CommandTable, ManyRequestsWithOneEndAreReleasedOneByOne) {

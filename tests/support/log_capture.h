@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -40,12 +41,12 @@ public:
             line.function.assign(message + 1, colon);
             line.text = close + 2;
         }
-        std::lock_guard<std::mutex> lock(mMutex);
+        std::lock_guard<std::mutex> lock(*mMutex);
         mLines.push_back(line);
     }
 
     std::vector<LogLine> Lines() const {
-        std::lock_guard<std::mutex> lock(mMutex);
+        std::lock_guard<std::mutex> lock(*mMutex);
         return mLines;
     }
 
@@ -70,13 +71,15 @@ public:
     }
 
     void Clear() {
-        std::lock_guard<std::mutex> lock(mMutex);
+        std::lock_guard<std::mutex> lock(*mMutex);
         mLines.clear();
     }
 
 private:
     const unsigned int mFormerSwitch;
-    mutable std::mutex mMutex;
+    // On the heap: thread sanitizers see a freed mutex go, but not one that leaves the stack, and
+    // would take the next mutex at its address for the same one.
+    const std::unique_ptr<std::mutex> mMutex = std::make_unique<std::mutex>();
     std::vector<LogLine> mLines;  // guarded by mMutex
 };
 
