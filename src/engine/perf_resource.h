@@ -142,7 +142,6 @@ private:
     std::optional<WorkStatus> WaitForWork(TimePoint next) EXCLUDES(mFifoMutex);
     int HandleNewCommand() EXCLUDES(mFifoMutex);
     int CommandDispath(const PerfCommand& command);
-    int ProcessGroupCommand(const PerfCommand& command);
     GroupCommandHandler GetCommandHandle(PerfCommandType type) const;
     bool HandlePrintInfoLocked(bool isBaseInfo, std::uint64_t wanted, std::ostringstream& out)
         REQUIRES(mLogMutex);

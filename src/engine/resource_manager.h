@@ -53,22 +53,21 @@ public:
     const std::vector<UnsupportedQos>& GetUnsupportedQos() const { return mUnsupported; }
 
 private:
-    int BuildConfigResource(PerfWorkMode workMode, const PerfQosConfigMap& table,
-                            const PerfConfigControlInfo& controlInfo);
-    int BuildXmlResource(PerfWorkMode workMode, const PerfQosConfigMap& table,
-                         const PerfConfigControlInfo& controlInfo);
-    int BuildResources(PerfWorkMode workMode, const PerfQosConfigMap& table,
-                       const PerfConfigControlInfo& controlInfo, bool isLoaded);
-    int BuildOneResource(const ResConstructParam& param, PerfQosConfig& config,
-                         const PerfConfigControlInfo& controlInfo, bool isLoaded);
+    int BuildConfigResource(const PerfDefaultConfig& config);
+    int BuildXmlResource(const PerfDefaultConfig& config);
+    int BuildResources(const PerfQosConfigMap& table, const PerfDefaultConfig& config,
+                       bool isLoaded);
+    int BuildResource(const ResConstructParam& param, PerfQosConfig& config,
+                      const PerfConfigControlInfo& controlInfo, bool isLoaded);
     bool NarrowAndRevise(PerfQosId qosId, PerfQosConfig& config,
                          const PerfConfigControlInfo& controlInfo);
     std::shared_ptr<PerfResource> BuildSpecialResource(const ResConstructParam& param,
                                                        const PerfConfigControlInfo& controlInfo,
                                                        bool& isHandled) const;
-    std::shared_ptr<PerfResource> BuildSharedResource(const ResConstructParam& param) const;
+    std::shared_ptr<PerfResource> BuildSharedResource(
+        const ResConstructParam& param, const PerfConfigControlInfo& controlInfo) const;
     int StartWorkers();
-    void NoteUnsupported(PerfQosId qosId, const std::string& name, const std::string& reason);
+    void Drop(PerfQosId qosId, const std::string& name, const std::string& reason);
 
     // Fixed after Init.
     std::vector<std::shared_ptr<PerfResource>> mResources;  // by id; null without a resource

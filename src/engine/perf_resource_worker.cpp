@@ -1,0 +1,127 @@
+#include <system_error>
+
+#include "engine/perf_resource.h"
+#include "platform/clock.h"
+#include "platform/logging.h"
+
+namespace corebeacon {
+
+namespace {
+constexpr const char* LOG_TAG = "PF_RES";
+}  // namespace
+
+int PerfResource::InitThread() {
+    {
+        MutexLock lock(mFifoMutex);
+        if (mStop) {
+            LOGE("[%s:%d] [%s] a stopped resource cannot start again", mName.c_str());
+            return -1;
+        }
+    }
+    if (mThread.joinable()) {
+        return 0;
+    }
+    try {
+        mThread = std::thread(&PerfResource::WorkThread, this);
+    } catch (const std::system_error& error) {
+        LOGE("[%s:%d] [%s] cannot start the work thread: %s", mName.c_str(), error.what());
+        return -1;
+    }
+    return 0;
+}
+
+void PerfResource::StopThread() {
+    {
+        MutexLock lock(mFifoMutex);
+        mStop = true;
+        mFifoCond.NotifyAll();
+    }
+    if (mThread.joinable()) {
+        mThread.join();
+    }
+    // Only now: a dump that the worker was busy with still reaches whoever waits for it.
+    MutexLock lock(mLogMutex);
+    mHandOverClosed = true;
+    mLogCond.NotifyAll();
+}
+
+int PerfResource::SendCommandToFifoQ(const PerfCommand& command) {
+    if (command.item != nullptr) {
+        // Before the worker can see the command: an answer is never ahead of its question.
+        if (command.type == PERF_COMMAND_GET_LOG) {
+            ++mDumpsAsked[0];
+        } else if (command.type == PERF_COMMAND_GET_BASE_INFO) {
+            ++mDumpsAsked[1];
+        }
+    }
+    MutexLock lock(mFifoMutex);
+    mFifo.push_back(command);
+    mFifoCond.NotifyOne();
+    return 0;
+}
+
+void PerfResource::WorkThread() {
+    TimePoint next{};
+    while (const std::optional<WorkStatus> status = WaitForWork(next)) {
+        HandleCommand(*status);
+        next = FindMinTime();
+    }
+    LOGI("[%s:%d] [%s] work thread exit", mName.c_str());
+}
+
+/// Sleeps until there is something to do; nothing when the thread is to end. A stop beats all else,
+/// so that destruction never waits for a queue to drain.
+std::optional<WorkStatus> PerfResource::WaitForWork(TimePoint next) {
+    MutexLock lock(mFifoMutex);
+    while (mFifo.empty() && !mStop) {
+        if (next == TimePoint{}) {
+            mFifoCond.Wait(mFifoMutex);
+        } else if (SteadyNow() >= next) {
+            return WorkStatus::TIME_OUT;
+        } else {
+            GetClock().WaitUntil(mFifoCond, mFifoMutex, next);
+        }
+    }
+    if (mStop) {
+        return std::nullopt;
+    }
+    return WorkStatus::NEW_COMMAND;
+}
+
+void PerfResource::HandleCommand(WorkStatus status) {
+    switch (status) {
+        case WorkStatus::NEW_COMMAND:
+            if (HandleNewCommand() != 0) {
+                LOGE("[%s:%d] [%s] HandleNewCommand failed", mName.c_str());
+            }
+            break;
+        case WorkStatus::TIME_OUT:
+            if (HandleCommandTimeOut() != 0) {
+                LOGE("[%s:%d] [%s] HandleCommandTimeOut failed", mName.c_str());
+            }
+            break;
+        default:
+            LOGE("[%s:%d] [%s] invalid status value", mName.c_str());
+            break;
+    }
+}
+
+int PerfResource::HandleNewCommand() {
+    PerfCommand command;
+    {
+        MutexLock lock(mFifoMutex);
+        if (mFifo.empty()) {
+            LOGE("[%s:%d] [%s] empty command que", mName.c_str());
+            return -1;
+        }
+        command = std::move(mFifo.front());
+        mFifo.pop_front();
+    }
+    if (CommandDispath(command) != 0) {
+        LOGE("[%s:%d] [%s] CommandDispath failed", mName.c_str());
+        return -1;
+    }
+    return 0;
+}
+
+}  // namespace corebeacon
