@@ -1,0 +1,63 @@
+#!/bin/bash
+# test.sh [STAGE]...   from a bare Debian 12 to all tests run: installs what is missing, then goes
+# through the stages (all of them, unless some are named) and stops at the first that fails.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+all_stages=(format release asan-ubsan clang-tsan tidy aarch64)
+jobs=$(nproc)
+sources=(include src tools tests examples bench)
+
+# What a tool says is read only when it fails; the tests' own words are always shown.
+quietly() {
+    local log=$1
+    shift
+    mkdir -p build/logs
+    if ! "$@" >"build/logs/$log" 2>&1; then
+        tail -n 100 "build/logs/$log"
+        echo "FAILED: $* (all of it: build/logs/$log)"
+        return 1
+    fi
+}
+
+preset() {
+    quietly "$1-configure.log" cmake --preset "$1"
+    quietly "$1-build.log" cmake --build --preset "$1"
+    ctest --preset "$1" -j "$jobs"
+}
+
+format() {
+    find "${sources[@]}" -name '*.h' -print0 -o -name '*.cpp' -print0 |
+        xargs -0 clang-format --dry-run -Werror
+    echo "Every file is formatted as .clang-format says."
+}
+
+# Reads the compile commands of a clang build, since it takes the same flags.
+tidy() {
+    quietly tidy-configure.log cmake --preset clang-tsan
+    find src tools -name '*.cpp' -print0 |
+        quietly tidy.log xargs -0 -n 4 -P "$jobs" clang-tidy --quiet -p build/clang-tsan
+    echo "clang-tidy has nothing to say."
+}
+
+run_stage() {
+    case $1 in
+    format | tidy) "$1" ;;
+    *) preset "$1" ;;
+    esac
+}
+
+stages=("$@")
+[ $# -gt 0 ] || stages=("${all_stages[@]}")
+scripts/install-deps.sh build test kernel
+
+times=()
+for stage in "${stages[@]}"; do
+    echo "=== $stage"
+    begin=$SECONDS
+    # Not in an `if` or `||`: either would take the sting out of `set -e` inside the stage.
+    run_stage "$stage"
+    times+=("$(printf '%4d s  %s' $((SECONDS - begin)) "$stage")")
+done
+echo "=== all stages passed"
+printf '%s\n' "${times[@]}"

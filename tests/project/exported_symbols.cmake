@@ -1,0 +1,48 @@
+# Compares what the shared library exports with what it promises. Run with -DNM= and -DLIBRARY=.
+execute_process(COMMAND ${NM} --dynamic --defined-only --demangle --format=posix ${LIBRARY}
+                OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
+
+set(classes
+    ConfigManager LogSink NodeIo PerfGroupConfig ControlInfoConfig
+    PerfQosConfig PerfQosFreqConfig PerfQosDdrConfig PerfQosEasConfig PerfQosIpaPowerConfig
+    PerfQosTargetRatioConfig PerfQosXmlLoadConfig)
+set(functions
+    GetcontrolInfo GetPerfQosConfigMap GetConfigurableScenarioVec GetConfigurableEventVec
+    PerfQosName SetLogSink VLogPrint SetNodeIo GetNodeIo
+    PfLogonNamespace::PfLogonSet PfLogonNamespace::PfLogonGet)
+set(operations
+    ConfigManager::ConfigManager ConfigManager::~ConfigManager ConfigManager::Init
+    ConfigManager::PerfRequest ConfigManager::PerfRelease ConfigManager::PerfReleaseAll
+    ConfigManager::Reset)
+
+list(JOIN classes "|" class_pattern)
+list(JOIN functions "|" function_pattern)
+set(allowed "^(typeinfo name for |typeinfo for |vtable for )?corebeacon::(${class_pattern})[: ]")
+set(allowed "${allowed}|^corebeacon::(${function_pattern})(\\[abi:cxx11\\])?\\(")
+
+# Arrays in a demangled name would be read as list syntax.
+string(REPLACE ";" " " listing "${listing}")
+string(REPLACE "[abi:cxx11]" "" listing "${listing}")
+string(REGEX REPLACE "[][]" "_" listing "${listing}")
+string(REPLACE "\n" ";" symbols "${listing}")
+
+set(surplus "")
+foreach(symbol IN LISTS symbols)
+  if(symbol AND NOT symbol MATCHES "${allowed}")
+    string(APPEND surplus "\n  ${symbol}")
+  endif()
+endforeach()
+set(lacking "")
+foreach(promise IN LISTS functions operations)
+  string(FIND "${listing}" "corebeacon::${promise}(" place)
+  if(place EQUAL -1)
+    string(APPEND lacking "\n  ${promise}")
+  endif()
+endforeach()
+
+if(surplus)
+  message(SEND_ERROR "exported, but promised to nobody:${surplus}")
+endif()
+if(lacking)
+  message(SEND_ERROR "promised, but not exported:${lacking}")
+endif()
