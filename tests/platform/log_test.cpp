@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <ctime>
 #include <future>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,6 +19,25 @@
 #include "support/deadline.h"
 #include "support/log_capture.h"
 #include "support/manual_clock.h"
+
+namespace {
+
+thread_local bool gMemoryIsShort = false;
+
+}  // namespace
+
+// The log is the only user of this form in this program: what it does without memory can be seen
+// by refusing it some.
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    if (gMemoryIsShort) {
+        return nullptr;
+    }
+    try {
+        return ::operator new[](size);
+    } catch (...) {
+        return nullptr;
+    }
+}
 
 namespace corebeacon {
 namespace {
@@ -183,6 +203,26 @@ TEST(Log, TheDefaultSinkWritesALongLineWholeAndNeverAsAFormat) {
     const std::string text = "%s%n" + std::string(5000, 'x');
     VLogPrint(LOG_LEVEL_ERROR, "PF_A", "%s", text.c_str());
     EXPECT_EQ(standardError.Text(), LocalPrefix(1741165623) + ".000 E PF_A " + text + "\n");
+}
+
+TEST(Log, ALongLineIsCutWhenMemoryIsShort) {
+    test::LogCapture log;
+    const std::string text(5000, 'x');
+    gMemoryIsShort = true;
+    VLogPrint(LOG_LEVEL_ERROR, "PF_A", "[f:1] %s", text.c_str());
+    gMemoryIsShort = false;
+    EXPECT_EQ(log.Texts(), (std::vector<std::string>{std::string(1023 - 6, 'x')}));
+}
+
+TEST(Log, TheDefaultSinkCutsALineWhenMemoryIsShortAndStillEndsIt) {
+    test::ManualClock clock(TimePoint(std::chrono::seconds(1741165623)));
+    StandardErrorCapture standardError;
+    const std::string text(5000, 'x');
+    gMemoryIsShort = true;
+    VLogPrint(LOG_LEVEL_ERROR, "PF_A", "%s", text.c_str());
+    gMemoryIsShort = false;
+    const std::string prefix = LocalPrefix(1741165623) + ".000 E PF_A ";
+    EXPECT_EQ(standardError.Text(), prefix + std::string(1022 - prefix.size(), 'x') + "\n");
 }
 
 TEST(Log, TheDefaultSinkNeverMixesTheLinesOfSeveralThreads) {
