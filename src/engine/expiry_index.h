@@ -36,6 +36,7 @@ public:
     /// taken for the latest that was given. Each item is passed once, whatever the number of calls.
     std::optional<Token> FindExcess(TimePoint now) {
         if (now > mSweptTo && mByEnd.size() > mMaxExpired) {
+            // With none counted the search is spared: nothing lies before the first live item.
             auto entry = mExpiredCount == 0 ? mByEnd.begin() : mByEnd.upper_bound(mSweptTo);
             for (; entry != mByEnd.end() && entry->first <= now; ++entry) {
                 ++mExpiredCount;

@@ -139,6 +139,8 @@ protected:
 
 private:
     bool IsValidHandle(unsigned long handle) const;
+    bool IsValidOperation(PerfOperationType operation) const;
+    bool IsValidCommandNum(const PerfGroupCommand& command) const;
     template <typename Step>
     int ForEachItem(const PerfGroupCommand& command, Step step) const;
 

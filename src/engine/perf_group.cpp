@@ -1,0 +1,287 @@
+#include "engine/perf_group.h"
+
+#include <algorithm>
+
+#include "platform/logging.h"
+
+namespace corebeacon {
+
+namespace {
+
+constexpr const char* LOG_TAG = "PF_GROUP";
+
+/// The item that stands behind all requests, so that a base queue never runs empty.
+PerfGroupQueItem DefaultItem(PerfOperationType operation, int value) {
+    return {kNoHandle, operation, value, TimePoint{}, TimePoint{}};
+}
+
+/// The messages show configured values as unsigned numbers.
+unsigned int AsUnsigned(int value) {
+    return static_cast<unsigned int>(value);
+}
+
+}  // namespace
+
+PerfGroup::PerfGroup(const PerfGroupConfig& config, PerfWorkMode workMode)
+    : mGroupId(config.groupId),
+      mName(config.name),
+      mAvailableMin(config.availableMin),
+      mAvailableMax(config.availableMax),
+      mClampOutOfRange(config.rangeFlag),
+      mFinalBoost(config.baseMin),
+      mFinalLimit(config.baseMax),
+      mEffectiveBoost(config.baseMin),
+      mEffectiveLimit(config.baseMax),
+      mEffectiveBaseBoost(config.baseMin),
+      mEffectiveBaseLimit(config.baseMax),
+      mBoostQue(BoostQueCompare, PerfGroupQueue::ItemLife::TIMED),
+      mLimitQue(LimitQueCompare, PerfGroupQueue::ItemLife::TIMED),
+      mBoostBaseQue(BoostQueCompare, PerfGroupQueue::ItemLife::UNTIMED,
+                    DefaultItem(PERF_OPERATION_BOOST, config.baseMin)),
+      mLimitBaseQue(LimitQueCompare, PerfGroupQueue::ItemLife::UNTIMED,
+                    DefaultItem(PERF_OPERATION_LIMIT, config.baseMax)),
+      mWaitingQue(WaitingQueCompare, PerfGroupQueue::ItemLife::TIMED),
+      mWorkMode(workMode) {}
+
+PerfGroup::~PerfGroup() = default;
+
+int PerfGroup::RelatedGroupDoConfig(int /*level*/) {
+    return 0;
+}
+
+int PerfGroup::DumpLimitHistoryLog(std::ostringstream& /*out*/) {
+    return 0;
+}
+
+void PerfGroup::CloseAllFds() {}
+
+bool PerfGroup::GroupParametersValidate(const PerfGroupConfig& config) {
+    const char* name = config.name.c_str();
+    for (const std::string& path : config.sysNodePaths) {
+        if (path.empty()) {
+            LOGE("[%s:%d] [%s] node path is empty!", name);
+            return false;
+        }
+    }
+    if (config.availableMin > config.availableMax) {
+        LOGE("[%s:%d] [%s] available min(%u) larger than max(%u)", name,
+             AsUnsigned(config.availableMin), AsUnsigned(config.availableMax));
+        return false;
+    }
+    if (config.baseMin > config.baseMax) {
+        LOGE("[%s:%d] [%s] boost base(%u) larger than limit base(%u)", name,
+             AsUnsigned(config.baseMin), AsUnsigned(config.baseMax));
+        return false;
+    }
+    if (config.baseMin < config.availableMin || config.baseMax > config.availableMax) {
+        LOGE("[%s:%d] [%s] base range(%u, %u) out of available range(%u, %u)", name,
+             AsUnsigned(config.baseMin), AsUnsigned(config.baseMax),
+             AsUnsigned(config.availableMin), AsUnsigned(config.availableMax));
+        return false;
+    }
+    return true;
+}
+
+bool PerfGroup::IsValidOperation(PerfOperationType operation) const {
+    if (operation > PERF_OPERATION_LIMIT) {
+        LOGE("[%s:%d] [%s] invalid operation type: %u", mName.c_str(), operation);
+        return false;
+    }
+    return true;
+}
+
+int PerfGroup::CheckOperationType(PerfCommandType type, PerfOperationType operation) const {
+    if (!IsValidOperation(operation)) {
+        return -1;
+    }
+    switch (type) {
+        case PERF_COMMAND_SHORT_START:
+        case PERF_COMMAND_SHORT_STOP:
+        case PERF_COMMAND_LONG_START:
+        case PERF_COMMAND_LONG_STOP:
+            return 0;
+        case PERF_COMMAND_BASE_SET:
+            if (operation == PERF_OPERATION_LIMIT) {
+                LOGE("[%s:%d] [%s] PERF_COMMAND_BASE_SET long term limit not allowed ",
+                     mName.c_str());
+                return -1;
+            }
+            return 0;
+        default:
+            LOGE("[%s:%d] [%s] invalid command type: %u", mName.c_str(), type);
+            return -1;
+    }
+}
+
+int PerfGroup::OperationValueValidate(int& value) const {
+    if (value < mAvailableMin) {
+        LOGD("[%s:%d] [%s] operation value(%d) less than avl min(%d)", mName.c_str(), value,
+             mAvailableMin);
+    } else if (value > mAvailableMax) {
+        LOGD("[%s:%d] [%s] operation value(%d) larger than avl max(%d)", mName.c_str(), value,
+             mAvailableMax);
+    } else {
+        return 0;
+    }
+    if (!mClampOutOfRange) {
+        return -1;
+    }
+    value = value < mAvailableMin ? mAvailableMin : mAvailableMax;
+    return 0;
+}
+
+int PerfGroup::GroupValueValidate(PerfCommandType type, OperationValueMap& values) const {
+    for (auto& [operation, value] : values) {
+        if (CheckOperationType(type, operation) != 0) {
+            LOGE("[%s:%d] [%s] CheckOperationType failed ", mName.c_str());
+            return -1;
+        }
+        if (OperationValueValidate(value) != 0) {
+            LOGE("[%s:%d] [%s] invalid operation value: %d", mName.c_str(), value);
+            return -1;
+        }
+    }
+    const auto boost = values.find(PERF_OPERATION_BOOST);
+    const auto limit = values.find(PERF_OPERATION_LIMIT);
+    if (boost != values.end() && limit != values.end() && boost->second > limit->second) {
+        LOGE("[%s:%d] [%s] boost value %u larger than limit value %u", mName.c_str(),
+             AsUnsigned(boost->second), AsUnsigned(limit->second));
+        return -1;
+    }
+    return 0;
+}
+
+int PerfGroup::UpdateEffectiveLongTermCommand() {
+    int boost = GetBoostBaseValue();
+    int limit = GetLimitBaseValue();
+    if (boost > limit) {
+        switch (mWorkMode) {
+            case PERF_WORK_MODE_1:
+                limit = boost;
+                break;
+            case PERF_WORK_MODE_0:
+            case PERF_WORK_MODE_2:
+                boost = limit;
+                break;
+            default:
+                LOGE("[%s:%d] [%s] invalid work mode: %u", mName.c_str(), mWorkMode);
+                return -1;
+        }
+    }
+    if (boost == mEffectiveBaseBoost && limit == mEffectiveBaseLimit) {
+        return 0;
+    }
+    mEffectiveBaseBoost = boost;
+    mEffectiveBaseLimit = limit;
+    return 1;
+}
+
+void PerfGroup::UpdateEffectiveShortTermCommand() {
+    const bool hasShortTermBoost = mBoostQue.HasHead();
+    mEffectiveBoost = hasShortTermBoost ? std::max(mEffectiveBaseBoost, mBoostQue.Head().value)
+                                        : mEffectiveBaseBoost;
+    UpdateEffectiveLimit(hasShortTermBoost);
+}
+
+void PerfGroup::UpdateEffectiveLimit(bool hasShortTermBoost) {
+    mEffectiveLimit = mEffectiveBaseLimit;
+    if (mWorkMode == PERF_WORK_MODE_2) {
+        return;
+    }
+    if (!mLimitQue.HasHead()) {
+        if (hasShortTermBoost) {
+            // A short burst escapes the standing ceiling.
+            mEffectiveLimit = mAvailableMax;
+        }
+        return;
+    }
+    const int shortTermLimit = mLimitQue.Head().value;
+    if (mWorkMode == PERF_WORK_MODE_0 && mLimitBaseQue.Queued().empty()) {
+        // Nobody holds a standing ceiling, so the timed one counts in full, floors included.
+        mEffectiveLimit = shortTermLimit;
+        mEffectiveBoost = std::min(mEffectiveBoost, shortTermLimit);
+    } else {
+        mEffectiveLimit = std::max(mEffectiveBaseLimit, shortTermLimit);
+    }
+}
+
+int PerfGroup::GenerateFinalValue(int& boost, int& limit) const {
+    int finalBoost = mEffectiveBoost;
+    int finalLimit = mEffectiveLimit;
+    switch (mWorkMode) {
+        case PERF_WORK_MODE_0:
+        case PERF_WORK_MODE_1:
+            finalLimit = std::max(finalLimit, finalBoost);
+            break;
+        case PERF_WORK_MODE_2:
+            finalBoost = std::min(finalBoost, finalLimit);
+            break;
+        default:
+            LOGE("[%s:%d] [%s] invalid work mode: %u", mName.c_str(), mWorkMode);
+            return -1;
+    }
+    boost = finalBoost;
+    limit = finalLimit;
+    return 0;
+}
+
+int PerfGroup::UpdateShortTermCommandAndWriteValue() {
+    UpdateEffectiveShortTermCommand();
+    if (GenerateFinalValue(mFinalBoost, mFinalLimit) != 0) {
+        LOGE("[%s:%d] [%s] GenerateFinalValue failed", mName.c_str());
+        return -1;
+    }
+    if (!mSuspended) {
+        DoConfig(mFinalBoost, mFinalLimit);
+    }
+    return 0;
+}
+
+int PerfGroup::GenerateAndWriteFinalValue() {
+    const int changed = UpdateEffectiveLongTermCommand();
+    if (changed < 0) {
+        LOGE("[%s:%d] [%s] UpdateEffectiveLongTermCommand failed", mName.c_str());
+        return -1;
+    }
+    if (changed == 0) {
+        LOGD("[%s:%d] [%s] no curr effective base value changed", mName.c_str());
+        return 0;
+    }
+    return UpdateShortTermCommandAndWriteValue();
+}
+
+int PerfGroup::SetWorkMode(PerfWorkMode workMode) {
+    mWorkMode = workMode;
+    if (UpdateEffectiveLongTermCommand() < 0) {
+        LOGE("[%s:%d] [%s] UpdateEffectiveLongTermCommand failed", mName.c_str());
+        return -1;
+    }
+    return UpdateShortTermCommandAndWriteValue();
+}
+
+int PerfGroup::SetSuspend(bool suspend) {
+    LOGI("[%s:%d] [%s] suspend old = %d, new = %d", mName.c_str(), mSuspended, suspend);
+    mSuspended = suspend;
+    if (suspend) {
+        CloseAllFds();
+    } else {
+        DoConfig(mFinalBoost, mFinalLimit);
+    }
+    return 0;
+}
+
+TimePoint PerfGroup::GetNextWakeUpTimePoint() const {
+    TimePoint earliest = TimePoint::max();
+    if (mBoostQue.HasHead()) {
+        earliest = std::min(earliest, mBoostQue.Head().endTime);
+    }
+    if (mLimitQue.HasHead()) {
+        earliest = std::min(earliest, mLimitQue.Head().endTime);
+    }
+    if (mWaitingQue.HasHead()) {
+        earliest = std::min(earliest, mWaitingQue.Head().startTime);
+    }
+    return earliest == TimePoint::max() ? TimePoint{} : earliest;
+}
+
+}  // namespace corebeacon
