@@ -5,6 +5,8 @@
 
 #include "platform/logging.h"
 #include "resources/frequency_resource.h"
+#include "resources/ioctl_level_map_resource.h"
+#include "resources/level_map_resource.h"
 
 namespace corebeacon {
 
@@ -41,11 +43,11 @@ constexpr SpecialKind kSpecialKinds[] = {
     {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_L, nullptr},
     {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_M, nullptr},
     {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_B, nullptr},
-    {PERF_QOS_NPU_SC_PRIO, nullptr},
+    {PERF_QOS_NPU_SC_PRIO, &Make<IoctlLevelMapResource>},
 };
 
 /// The kinds that the shape of a QoS's first row decides.
-constexpr ResourceMaker kMakeLevelMap = nullptr;
+constexpr ResourceMaker kMakeLevelMap = &Make<LevelMapResource>;
 constexpr ResourceMaker kMakeFrequency = &Make<FrequencyResource>;
 constexpr ResourceMaker kMakeSingleNodeValue = nullptr;
 
