@@ -20,7 +20,6 @@ public:
     Node(const Node&) = delete;
     Node& operator=(const Node&) = delete;
 
-    Access Rights() const { return mAccess; }
     void SetReadOnly(bool readOnly);
     bool MayRead() const { return mAccess != Access::WRITE_ONLY; }
     bool MayWrite() const { return mAccess != Access::READ_ONLY && !mReadOnly; }

@@ -4,6 +4,7 @@
 /// engine that runs on it. Every operation may be called from any thread. A call that is held up
 /// by a fault holds no lock, so it delays nobody else.
 ///
+/// Reads show a write at once, where a real kernel may lag behind by some tens of milliseconds.
 /// Descriptors are numbers that no other file of the process has and that are never given out
 /// twice, so that a use after close is seen as EBADF.
 #pragma once

@@ -9,10 +9,6 @@ namespace corebeacon::sim {
 TextNode::TextNode(std::string value, Access access)
     : Attribute(access), mDefault(std::move(value)), mText(mDefault) {}
 
-std::string TextNode::Value() const {
-    return mText;
-}
-
 void TextNode::Reset() {
     mText = mDefault;
 }

@@ -14,7 +14,6 @@ namespace corebeacon::sim {
 class TextNode : public Attribute {
 public:
     TextNode(std::string value, Access access);
-    std::string Value() const override;
     void Reset() override;
 
 protected:

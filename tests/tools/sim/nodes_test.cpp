@@ -251,6 +251,7 @@ TEST_F(SimIoctl, RecordsEachRequestWithItsSixteenBytes) {
     EXPECT_EQ(mDevice.Value("/ctrl"), "5:80 7:80");
     EXPECT_EQ(mDevice.Ioctl(fd, kReset, &reset), 0);
     EXPECT_EQ(mDevice.Value("/ctrl"), "7:80");
+    EXPECT_EQ(mDevice.Bytes("/ctrl"), "");
     const std::vector<IoctlRequest> expected{
         {kSet, Bytes(5, 80)}, {kSet, Bytes(7, 80)}, {kReset, Bytes(5, 0)}};
     EXPECT_EQ(mDevice.IoctlsTo("/ctrl"), expected);
