@@ -1,0 +1,139 @@
+#include <gtest/gtest.h>
+
+#include "support/engine_fixture.h"
+#include "support/log_capture.h"
+
+namespace corebeacon::test {
+namespace {
+
+using Names = std::vector<std::string>;
+
+class InitTest : public EngineFixture {
+protected:
+    void SetUp() override { mFront = std::make_unique<ConfigManager>(); }
+
+    int Init(PerfDefaultConfig config, const std::vector<ConfigurableEvent>& events = {},
+             const std::vector<ConfigurableScenario>& scenarios = {}) {
+        return mFront->Init(config, events, scenarios, ProbeEvent());
+    }
+
+    std::size_t ResourceCount() const {
+        std::vector<PerfQosId> ids;
+        mFront->Resources().GetResourceIds(ids);
+        return ids.size();
+    }
+
+    LogCapture mLog;
+};
+
+std::vector<ConfigurableEvent> OneStepEvent(PerfEventId id, PerfQosId qosId, int value) {
+    return {{id, {{qosId, {{100, {{0, {{PERF_OPERATION_BOOST, value}}}}}}}}}};
+}
+
+TEST_F(InitTest, TheFrequencyResourcesOfTheBuiltInTableAreThere) {
+    ASSERT_EQ(Init(BuiltinConfig(), GetConfigurableEventVec(CHIP_TYPE_COMMON),
+                   GetConfigurableScenarioVec(CHIP_TYPE_COMMON)),
+              0);
+    for (const PerfQosId id :
+         {PERF_QOS_CPU_L, PERF_QOS_CPU_M, PERF_QOS_CPU_B, PERF_QOS_GPU, PERF_QOS_L3C}) {
+        EXPECT_NE(mFront->Resources().GetResourcePtr(id), nullptr) << PerfQosName(id);
+    }
+    EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR), Names{});
+}
+
+TEST_F(InitTest, StartingWritesNothing) {
+    ASSERT_EQ(Init(BuiltinConfig()), 0);
+    Settle(*mFront);
+    EXPECT_EQ(WrittenNames(), Names{});
+}
+
+TEST_F(InitTest, AWorkModeAboveTwoIsRefused) {
+    PerfDefaultConfig config = BuiltinConfig();
+    config.workMode = static_cast<PerfWorkMode>(3);
+    EXPECT_EQ(Init(config), -1);
+    EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR),
+              (Names{"Init invalid workMode 3", "workMode invalid 3"}));
+    EXPECT_EQ(ResourceCount(), 0U);
+}
+
+TEST_F(InitTest, OnlyOneOfTheTwoQosTablesMayBeFilled) {
+    PerfDefaultConfig config = BuiltinConfig();
+    config.qosXmlConfigMap = config.qosConfigMap;
+    EXPECT_EQ(Init(config), -1);
+    EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR),
+              (Names{"not support qosConfigMap and qosXmlConfigMap meanwhile!",
+                     "resource manager Init failed"}));
+}
+
+TEST_F(InitTest, ASecondInitFailsAndChangesNothing) {
+    ASSERT_EQ(Init(BuiltinConfig()), 0);
+    const std::size_t count = ResourceCount();
+    EXPECT_EQ(Init(BuiltinConfig()), -1);
+    EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR), Names{"already initialised"});
+    EXPECT_EQ(ResourceCount(), count);
+    unsigned long handle = 0;
+    EXPECT_EQ(
+        mFront->PerfRequest(1, 0, {Ask(PERF_QOS_CPU_L, PERF_OPERATION_BOOST, 1000000)}, handle), 0);
+}
+
+TEST_F(InitTest, AFailedInitLeavesNothingBehindAndMayBeTriedAgain) {
+    EXPECT_EQ(Init(BuiltinConfig(), OneStepEvent(20, PERF_QOS_CPU_L, 1000000)), -1);
+    EXPECT_EQ(mLog.Count(LOG_LEVEL_ERROR, "event manager Init failed"), 1U);
+    EXPECT_EQ(ResourceCount(), 0U);
+    EXPECT_EQ(Init(BuiltinConfig(), OneStepEvent(19, PERF_QOS_CPU_L, 1000000)), 0);
+    EXPECT_GT(ResourceCount(), 0U);
+}
+
+TEST_F(InitTest, AnEventWhoseResourceRefusesItsValueFailsInit) {
+    PerfDefaultConfig config = BuiltinConfig();
+    auto events = OneStepEvent(0, PERF_QOS_CPU_L, 1000000);
+    events[0].qosCommands[0].sequence[0].groups[0].groupId = 1;
+    EXPECT_EQ(Init(config, events), -1);
+    EXPECT_EQ(mLog.Count(LOG_LEVEL_ERROR, "RequestValidate failed for qos id 0"), 1U);
+    EXPECT_EQ(mLog.Count(LOG_LEVEL_ERROR, "EventValidate failed"), 1U);
+}
+
+TEST_F(InitTest, AnEventOfAMissingQosIsNoFailure) {
+    EXPECT_EQ(Init(BuiltinConfig(), OneStepEvent(0, static_cast<PerfQosId>(63), 1)), 0);
+    EXPECT_EQ(mLog.Count(LOG_LEVEL_DEBUG, "resource ptr is NULL for qos id 63"), 1U);
+}
+
+TEST_F(InitTest, AScenarioThatContradictsItselfFailsInit) {
+    ConfigurableScenario scenario{0, {Ask(PERF_QOS_CPU_L, PERF_OPERATION_BOOST, 1000000)}};
+    EXPECT_EQ(Init(BuiltinConfig(), {}, {scenario, scenario}), -1);
+    EXPECT_EQ(mLog.Count(LOG_LEVEL_ERROR, "duplicate scenario id: 0"), 1U);
+    EXPECT_EQ(mLog.Count(LOG_LEVEL_ERROR, "scenario manager Init failed"), 1U);
+    EXPECT_EQ(ResourceCount(), 0U);
+}
+
+TEST_F(InitTest, AScenarioWhoseResourceRefusesItsValueFailsInit) {
+    EXPECT_EQ(Init(BuiltinConfig(), {}, {{0, {AskRange(PERF_QOS_CPU_L, 1370000, 576000)}}}), -1);
+    EXPECT_EQ(mLog.Count(LOG_LEVEL_ERROR, "ScenarioValidate failed"), 1U);
+}
+
+TEST_F(InitTest, OnAMachineWithNoneOfTheNodesInitSucceeds) {
+    PerfDefaultConfig config = BuiltinConfig();
+    sim::SimulatedDevice bare;
+    const ScopedNodeIo nodeIo(bare);
+    ASSERT_EQ(Init(config), 0);
+    EXPECT_EQ(mFront->Resources().GetResourcePtr(PERF_QOS_CPU_L), nullptr);
+    unsigned long handle = 0;
+    EXPECT_EQ(
+        mFront->PerfRequest(1, 0, {Ask(PERF_QOS_CPU_L, PERF_OPERATION_BOOST, 1000000)}, handle),
+        -1);
+    mFront.reset();
+}
+
+TEST(FrontWithoutInit, RequestsFailAndReleasesAreNoErrors) {
+    LogCapture log;
+    ConfigManager front;
+    unsigned long handle = 0;
+    EXPECT_EQ(front.PerfRequest(1, 0, {Ask(PERF_QOS_CPU_L, PERF_OPERATION_BOOST, 1000000)}, handle),
+              -1);
+    EXPECT_EQ(front.PerfRelease(1, 1), 0);
+    EXPECT_EQ(front.PerfReleaseAll(1), 0);
+    EXPECT_EQ(front.Reset(), 0);
+}
+
+}  // namespace
+}  // namespace corebeacon::test
