@@ -23,8 +23,8 @@ bool PerfGroup::IsValidCommandNum(const PerfGroupCommand& command) const {
     return true;
 }
 
-/// Runs `step` on an item for each entry of the command: -1 as soon as an entry is malformed or its
-/// step fails, with the entries before it carried out; else 1 if any step changed a head, or 0.
+/// Runs `step`, which tells whether it changed a head, on an item for each entry of the command: 1
+/// if any changed one, else 0; -1 at the first unknown operation, with the entries before it done.
 template <typename Step>
 int PerfGroup::ForEachItem(const PerfGroupCommand& command, Step step) const {
     int changed = 0;
@@ -32,12 +32,7 @@ int PerfGroup::ForEachItem(const PerfGroupCommand& command, Step step) const {
         if (!IsValidOperation(operation)) {
             return -1;
         }
-        const int result =
-            step({command.handle, operation, value, command.startTime, command.endTime});
-        if (result < 0) {
-            return -1;
-        }
-        changed |= result;
+        changed |= step({command.handle, operation, value, command.startTime, command.endTime});
     }
     return changed;
 }
