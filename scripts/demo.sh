@@ -5,6 +5,6 @@ set -eu
 cd "$(dirname "$0")/.."
 
 scripts/install-deps.sh build
-cmake --preset release -B build/demo -DCOREBEACON_BUILD_TESTS=OFF
+cmake --preset release -B build/demo -DCOREBEACON_BUILD_TESTS=OFF -DCOREBEACON_BUILD_BENCH=OFF
 cmake --build build/demo
 exec build/demo/tools/corebeacon/corebeacon demo

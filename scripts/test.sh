@@ -36,7 +36,7 @@ format() {
 tidy() {
     quietly tidy-configure.log cmake --preset clang-tsan
     find src tools -name '*.cpp' -print0 |
-        quietly tidy.log xargs -0 -n 4 -P "$jobs" clang-tidy --quiet -p build/clang-tsan
+        quietly tidy.log xargs -0 -n 1 -P "$jobs" clang-tidy --quiet -p build/clang-tsan
     echo "clang-tidy has nothing to say."
 }
 
@@ -49,7 +49,7 @@ run_stage() {
 
 stages=("$@")
 [ $# -gt 0 ] || stages=("${all_stages[@]}")
-scripts/install-deps.sh build test kernel
+scripts/install-deps.sh build test kernel bench
 
 times=()
 for stage in "${stages[@]}"; do

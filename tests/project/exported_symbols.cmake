@@ -5,10 +5,11 @@ execute_process(COMMAND ${NM} --dynamic --defined-only --demangle --format=posix
 set(classes
     ConfigManager LogSink NodeIo PerfGroupConfig ControlInfoConfig
     PerfQosConfig PerfQosFreqConfig PerfQosDdrConfig PerfQosEasConfig PerfQosIpaPowerConfig
-    PerfQosTargetRatioConfig PerfQosXmlLoadConfig)
+    PerfQosTargetRatioConfig PerfQosXmlLoadConfig
+    FreqParameters DdrParameters EasParameters IpaPowerParameters)
 set(functions
     GetcontrolInfo GetPerfQosConfigMap GetConfigurableScenarioVec GetConfigurableEventVec
-    PerfQosName SetLogSink VLogPrint SetNodeIo GetNodeIo
+    PerfQosName PerfEasGroupName SetLogSink VLogPrint SetNodeIo GetNodeIo
     PfLogonNamespace::PfLogonSet PfLogonNamespace::PfLogonGet)
 set(operations
     ConfigManager::ConfigManager ConfigManager::~ConfigManager ConfigManager::Init
