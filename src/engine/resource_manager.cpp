@@ -102,12 +102,16 @@ int ResourceManager::Init(PerfDefaultConfig& config) {
     return 0;
 }
 
-void ResourceManager::Clear() {
+void ResourceManager::StopWorkers() {
     for (const std::shared_ptr<PerfResource>& resource : mResources) {
         if (resource != nullptr) {
             resource->StopThread();
         }
     }
+}
+
+void ResourceManager::Clear() {
+    StopWorkers();
     mResources.clear();
     mUnsupported.clear();
 }
@@ -215,12 +219,12 @@ std::shared_ptr<PerfResource> ResourceManager::BuildSpecialResource(
 std::shared_ptr<PerfResource> ResourceManager::BuildSharedResource(
     const ResConstructParam& param, const PerfConfigControlInfo& controlInfo) const {
     ResourceMaker make = nullptr;
-    const std::vector<PerfGroupConfig>& groups = param.config.groups;
-    if (!groups.empty() && !groups.front().level2ValueMap.empty()) {
+    const PerfGroupConfig& first = param.config.groups.front();
+    if (!first.level2ValueMap.empty()) {
         make = kMakeLevelMap;
-    } else if (!groups.empty() && groups.front().sysNodePaths.size() == 2) {
+    } else if (first.sysNodePaths.size() == 2) {
         make = kMakeFrequency;
-    } else if (!groups.empty() && groups.front().sysNodePaths.size() == 1) {
+    } else if (first.sysNodePaths.size() == 1) {
         make = kMakeSingleNodeValue;
     } else {
         LOGI("[%s:%d] invalid resource config: %s", param.config.name.c_str());

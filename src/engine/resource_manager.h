@@ -36,6 +36,8 @@ public:
     int Init(PerfDefaultConfig& config);
     /// Stops every worker and drops every resource, back to the state before Init.
     void Clear();
+    /// Stops every worker; the resources stay and take commands that nobody carries out.
+    void StopWorkers();
 
     /// Queues each item of the wrapper at its resource: 0 or -1. Items ahead of a failing one stay
     /// sent.
@@ -64,6 +66,7 @@ private:
     std::shared_ptr<PerfResource> BuildSpecialResource(const ResConstructParam& param,
                                                        const PerfConfigControlInfo& controlInfo,
                                                        bool& isHandled) const;
+    /// The configuration has a row: what is left without one is dropped before.
     std::shared_ptr<PerfResource> BuildSharedResource(
         const ResConstructParam& param, const PerfConfigControlInfo& controlInfo) const;
     int StartWorkers();

@@ -63,7 +63,7 @@ TEST_F(PerfResourceDump, TheBaseInformationNamesTheResourceAndThenEachGroup) {
 TEST_F(PerfResourceDump, TheBaseInformationIsAlignedAndReadsBack) {
     PerfGroupConfig wide(1, "with blank", -20, 5000, -20, 5000,
                          std::vector<std::string>{"/sys/one", "/a,b/x"}, CHIP_TYPE_COMMON);
-    PerfGroupConfig bare(2, "bare", 0, 1, 0, 1, std::vector<std::string>{}, CHIP_TYPE_COMMON);
+    PerfGroupConfig bare(2, "", 0, 1, 0, 1, std::vector<std::string>{}, CHIP_TYPE_COMMON);
     PerfQosConfig config("W", {MakeRow(0, "g"), wide, bare});
     RecordedResource resource({config, PERF_WORK_MODE_0, PERF_QOS_THERMAL_THRESHOLD_UP}, mKnobs);
     ASSERT_EQ(resource.InitResource(config, false), 0);
@@ -74,7 +74,7 @@ TEST_F(PerfResourceDump, TheBaseInformationIsAlignedAndReadsBack) {
               "W id=104\n"
               "  group=g             base=100~1000  mapped=low      nodes=/sys/g\n"
               "  group=\"with blank\"  base=-20~5000  mapped=low,low  nodes=/sys/one,\"/a,b/x\"\n"
-              "  group=bare          base=0~1       mapped=         nodes=\n");
+              "  group=\"\"            base=0~1       mapped=         nodes=\n");
 }
 
 TEST_F(PerfResourceDump, GroupsThatWereNotBuiltAreLeftOut) {

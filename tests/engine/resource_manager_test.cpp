@@ -8,6 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "resources/frequency_resource.h"
+#include "resources/ioctl_level_map_resource.h"
+#include "resources/level_map_resource.h"
 #include "support/deadline.h"
 #include "support/log_capture.h"
 #include "support/scoped_node_io.h"
@@ -157,7 +160,7 @@ public:
     int GetGroupConfigByChipType(unsigned int qosId,
                                  const PerfConfigControlInfo& controlInfo) override {
         mAsked.push_back("chip " + std::to_string(controlInfo.chipType));
-        return PerfQosConfig::GetGroupConfigByChipType(qosId, controlInfo);
+        return mSelectionResult + PerfQosConfig::GetGroupConfigByChipType(qosId, controlInfo);
     }
     bool IsQosConfigValidByInvalidCluster(unsigned int qosId,
                                           std::vector<std::string>& invalidClusters) override {
@@ -171,6 +174,7 @@ public:
         }
         return mResult;
     }
+    int mSelectionResult = 0;
     int mResult = 0;
     bool mLosesItsRows = false;
 
@@ -205,6 +209,16 @@ TEST_F(ResourceManagerTest, AQosWithoutARowForTheChipIsDropped) {
     EXPECT_EQ(Infos(), Texts{"dropped qos = 0 name = L: no row is meant for this chip"});
     EXPECT_EQ(OnlyReason(), "no row is meant for this chip");
     EXPECT_TRUE(ResourceIds().empty());
+}
+
+TEST_F(ResourceManagerTest, AQosThatCannotChooseItsRowsIsDropped) {
+    Texts asked;
+    auto config = std::make_unique<AskedConfig>(std::vector{Pair("l")}, asked);
+    config->mSelectionResult = -1;
+    AddConfig(PERF_QOS_CPU_L, std::move(config));
+    EXPECT_EQ(mManager->Init(mDefault), 0);
+    EXPECT_EQ(OnlyReason(), "no row is meant for this chip");
+    EXPECT_EQ(asked, Texts{"chip 0"});
 }
 
 TEST_F(ResourceManagerTest, AQosOfAbsentClustersIsDropped) {
@@ -249,6 +263,13 @@ TEST_F(ResourceManagerTest, AFrequencyQosWithoutItsListIsDroppedAndTheReasonName
     EXPECT_EQ(OnlyReason(), "its frequency list /l/available cannot be used");
 }
 
+TEST_F(ResourceManagerTest, ALoadedDescriptionOfAnotherKindIsNotSaidToLackAFrequencyList) {
+    AddConfig(PERF_QOS_CPU_L,
+              std::make_unique<PerfQosXmlLoadConfig>("L", "eas", std::vector{Pair("l")}), true);
+    EXPECT_EQ(mManager->Init(mDefault), 0);
+    EXPECT_EQ(OnlyReason(), "its values do not fit this machine") << "its level table is empty";
+}
+
 TEST_F(ResourceManagerTest, AQosWithoutNodesGetsNoResourceAndItsCommandsFail) {
     Add(PERF_QOS_CPU_L, "L", {Row("nodeless", {})});
     // Pruning by clusters would take such a row away; this kind keeps its rows.
@@ -279,6 +300,28 @@ TEST_F(ResourceManagerTest, AQosIsSupportedWhenEveryRowNamesANode) {
 }
 
 // ---- Which kind is built ----
+
+PerfGroupConfig LevelRow(const std::string& name) {
+    return {
+        name, 100, {"/" + name}, Level2ValueMap{{0, {"low"}}, {100, {"high"}}}, CHIP_TYPE_COMMON};
+}
+
+TEST_F(ResourceManagerTest, TheShapeOfTheFirstRowDecidesTheKind) {
+    Add(PERF_QOS_CPU_L, "L", {Pair("l")});
+    Add(PERF_QOS_GOVERNOR_LOAD_GPU, "LOAD", {LevelRow("load")});
+    ASSERT_EQ(mManager->Init(mDefault), 0);
+    const auto frequency = mManager->GetResourcePtr(PERF_QOS_CPU_L);
+    EXPECT_NE(dynamic_cast<FrequencyResource*>(frequency.get()), nullptr);
+    const auto levelMap = mManager->GetResourcePtr(PERF_QOS_GOVERNOR_LOAD_GPU);
+    EXPECT_NE(dynamic_cast<LevelMapResource*>(levelMap.get()), nullptr);
+}
+
+TEST_F(ResourceManagerTest, AnIdWithAKindOfItsOwnGetsItWhateverItsRows) {
+    Add(PERF_QOS_NPU_SC_PRIO, "NPU", {LevelRow("npu")});
+    ASSERT_EQ(mManager->Init(mDefault), 0);
+    const auto resource = mManager->GetResourcePtr(PERF_QOS_NPU_SC_PRIO);
+    EXPECT_NE(dynamic_cast<IoctlLevelMapResource*>(resource.get()), nullptr);
+}
 
 TEST_F(ResourceManagerTest, RowsOfNoKnownShapeGetNoResource) {
     Add(PERF_QOS_CPU_L, "L", {Row("three", {"/a", "/b", "/c"})});
@@ -375,6 +418,17 @@ TEST_F(ResourceManagerTest, EveryWorkerIsStoppedBeforeTheResourcesGo) {
     mManager.reset();
     EXPECT_EQ(Infos(), (Texts{"[L] work thread exit", "[B] work thread exit"}));
     EXPECT_EQ(kept->InitThread(), -1) << "whoever still holds one holds a stopped one";
+}
+
+TEST_F(ResourceManagerTest, StoppedWorkersLeaveTheirResourcesInPlace) {
+    Add(PERF_QOS_CPU_L, "L", {Pair("l")});
+    ASSERT_EQ(mManager->Init(mDefault), 0);
+    mManager->StopWorkers();
+    EXPECT_EQ(Infos(), Texts{"[L] work thread exit"});
+    EXPECT_EQ(ResourceIds(), Ids{PERF_QOS_CPU_L});
+    EXPECT_EQ(mManager->SendCmdToResources(LongBoost({PERF_QOS_CPU_L}, 500)), 0);
+    mManager.reset();
+    EXPECT_TRUE(mNodes.Written().empty());
 }
 
 // ---- Commands ----
