@@ -1,14 +1,18 @@
 /// The library's one entry point. A host constructs a ConfigManager, calls Init once with the QoS
 /// table, the scenarios, the events and the probe parameters, and then passes on the requests of
 /// its clients. Owned by the host, which destroys it after the last call has returned; destruction
-/// stops and joins every worker thread and leaves the kernel nodes as they are.
+/// stops and joins every worker thread and leaves the kernel nodes as they are. Only a dump may
+/// still be under way then: it returns early, without the resources that had not answered yet.
 ///
 /// Init must have returned before the first other call. All other operations may be called from any
-/// number of threads at once, and none waits for a kernel write: they validate, queue and return.
+/// number of threads at once. None but TaskDump waits for a kernel write: they validate, queue and
+/// return.
 #pragma once
 
 #include <cstdint>
 #include <memory>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "corebeacon/configurable_event.h"
@@ -19,6 +23,7 @@
 
 namespace corebeacon {
 
+class CommandManager;
 class CommandWrapper;
 class ResourceManager;
 struct QosInfoInt;
@@ -64,14 +69,84 @@ public:
     /// Withdraws all that `pid` holds.
     int PerfReleaseAll(int pid);
 
-    /// Withdraws all that anybody holds. Returns 0.
+    /// Withdraws all that anybody holds, events and probes included. Returns 0.
     int Reset();
+
+    /// Puts a scenario of the table that Init was given in force for `pid`, until it is released by
+    /// `handle`. Returns 0, or -1 for an unknown scenario (one of which this device supports
+    /// nothing counts as unknown) or an exhausted handle table.
+    int PerfSetScenario(int pid, unsigned int scenarioId, unsigned long& handle);
+
+    /// Asks for a work mode (0 to 2, see PerfWorkMode) until it is released by `handle`. The
+    /// highest mode that anybody asks for is in force, which need not be this one. Returns 0, or -1
+    /// for an unknown mode or an exhausted handle table.
+    int PerfSetMode(int pid, unsigned int mode, unsigned long& handle);
+
+    /// Suspends the QoS named from params[1] on, or with a params[0] of 0 resumes them: a suspended
+    /// QoS keeps account of requests but writes nothing to the kernel. The memory-latency QoS (14
+    /// to 16) and those that this device lacks are left out. Returns 0, or -1 for less than two
+    /// parameters or when no QoS is left.
+    int PerfSetSuspend(const std::vector<unsigned int>& params);
+
+    /// Reports that something happened. `message` goes to the log. What `params` mean:
+    /// - event 4097, a probe: {1, any, tid} starts it, {0, any, tid} stops it;
+    /// - event 8192: as PerfSetSuspend;
+    /// - any other event: {} or {1} starts it, {1, ms} starts it for that long, {0} stops it.
+    /// Returns 0, or -1 for parameters of another shape; a start or suspension that fails gives its
+    /// own result.
+    int PerfEvent(PerfEventId eventId, const std::vector<unsigned int>& params,
+                  const std::string& message);
+
+    /// Applies the values of an event of the table that Init was given: with a `duration` (ms)
+    /// those of its first steps for that long, with 0 every step in its own time. Each start of an
+    /// event that is still running holds on its own. Returns 0, or -1 for an unknown event or an
+    /// exhausted handle table.
+    int StartEvent(PerfEventId eventId, unsigned int duration);
+
+    /// Ends all running starts of an event; none is no error.
+    void StopEvent(PerfEventId eventId);
+
+    /// Binds a thread for the span that the probe parameters of Init tell, accompanied by their
+    /// frequency floors, as far as this device has those QoS. `tid` must be greater than the
+    /// reserved pid. A thread that is being probed keeps its span. Returns 0; -1, or 2 for a bad
+    /// thread id or an exhausted handle table.
+    int StartProbe(int tid);
+
+    /// Ends the probe of a thread ahead of its time; none is no error.
+    void StopProbe(int tid);
+
+    /// DumpInfo of the type in args[0]; further arguments are ignored. Returns 0, or -1 for no
+    /// argument or an unknown type, which `out` is told.
+    int Dump(std::ostringstream& out, const std::vector<std::string>& args);
+
+    /// Appends a description of the engine as it is now: "--event", "--scenario", "--base_info",
+    /// "--workMode", "--task" or "--limit_history". False, with nothing appended, for any other
+    /// type.
+    bool DumpInfo(std::ostringstream& out, const std::string& type);
+
+    /// Appends every resource's requests in force, or with `full` its base values, each collected
+    /// by the resource's own worker after all that was asked of it before. Waits for the workers;
+    /// dumps of several threads take turns. Returns 0, or -1 when there is no resource.
+    int TaskDump(bool full, std::ostringstream& out);
+
+    /// Appends the limits that CPU clusters and GPU had in force lately.
+    void DumpFreqLimitHistory(std::ostringstream& out);
+
+    /// Appends the version of this library.
+    void DumpCoreVersion(std::ostringstream& out);
+
+    /// Switches a scenario on or off by a debug option such as "--game_mode_enable"; the scenario
+    /// then belongs to the calling process itself. `out` receives what went wrong. False for an
+    /// unknown option, else true.
+    bool DebugSet(std::ostringstream& out, const std::string& option);
 
     /// Whether the game-start scenario was switched on by its debug option.
     bool GetGameStartFlag() const;
 
-    /// The resources behind the table, for the tools of this project; not part of the ABI promise.
+    /// What stands behind the front, for this project's own tools and tests, which link the static
+    /// library and have its headers; of no use to a host.
     const ResourceManager& Resources() const;
+    const CommandManager& Commands() const;
 
 private:
     struct State;
@@ -90,7 +165,18 @@ private:
     GroupValueMap BuildGroupInfo(const std::vector<GroupInfo>& groups) const;
     GroupValueMap MergeGroupInfo(const GroupValueMap& existing, const GroupValueMap& added) const;
     void AddSysTraceName(const std::vector<PerfRequestInfo>& request) const;
+    int HandleProbeEvent(const std::vector<unsigned int>& params);
+    int HandleTableEvent(PerfEventId eventId, const std::vector<unsigned int>& params);
+    int ProbeFloor(PerfQosId qosId, int value) const;
+    int BindThread(int tid, unsigned long handle, const TimePoint& start, const TimePoint& end);
+    void UnbindThread(int tid);
+    void BuildGetLogCmd(std::vector<PerfQosId>& ids, CommandWrapper& cmd) const;
+    void EnableDebugScenario(std::ostringstream& out, unsigned int scenarioId,
+                             unsigned long& handle);
+    void DisableDebugScenario(std::ostringstream& out, unsigned int scenarioId,
+                              unsigned long& handle);
     int StartRequest(int pid, const TimePoint& now, CommandWrapper& cmd, unsigned long& handle);
+    int Send(const CommandWrapper& cmd);
     int SendRegistered(int pid, const CommandWrapper& cmd);
     int ReleaseCommand(int pid, unsigned long handle, CommandWrapper& release);
 

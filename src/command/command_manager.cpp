@@ -102,6 +102,11 @@ bool CommandManager::IsRegistered(int pid, unsigned long handle) const {
     return owner != mCommands.end() && owner->second.contains(handle);
 }
 
+bool CommandManager::IsProbed(int tid) const {
+    MutexLock lock(mMutex);
+    return mProbes.contains(tid);
+}
+
 CommandManager::Counts CommandManager::GetCounts() const {
     MutexLock lock(mMutex);
     Counts counts{.liveHandles = mLiveHandles,

@@ -65,6 +65,9 @@ public:
     /// Whether the command table holds `handle` for `pid`; expired commands may still be there.
     bool IsRegistered(int pid, unsigned long handle) const;
 
+    /// Whether a probe of the thread is stored; likewise, an expired one may still be there.
+    bool IsProbed(int tid) const;
+
     /// Turns a start type into its stop type; ModeStart stays, for its release goes through the
     /// work mode manager. -1 for any other type, which is left unchanged.
     int UpdateReleaseCommandType(CommandWrapper& cmd) const;

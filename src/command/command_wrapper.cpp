@@ -84,6 +84,7 @@ void CommandWrapper::InsertProbeCommand(const TimePoint& start, const TimePoint&
                                         int cpuB, int gpu) {
     LOGD("[%s:%d] build probe cmd: gpu=%u, cpuM=%u, cpuB=%u", static_cast<unsigned int>(gpu),
          static_cast<unsigned int>(cpuM), static_cast<unsigned int>(cpuB));
+    mIsProbe = true;
     const std::pair<PerfQosId, int> boosts[] = {
         {PERF_QOS_CPU_M, cpuM}, {PERF_QOS_CPU_B, cpuB}, {PERF_QOS_GPU, gpu}};
     for (const auto& [qos, value] : boosts) {

@@ -62,6 +62,8 @@ public:
     /// Milliseconds, as the caller gave them.
     unsigned int GetDuration() const { return mDuration; }
     const std::vector<std::shared_ptr<PerfCommandItem>>& GetItems() const { return mItems; }
+    /// Whether a bound thread belongs to the command; it may then be without items.
+    bool IsProbe() const { return mIsProbe; }
 
     /// Stores the handle in the wrapper and, in place, in every item; only before it is sent.
     void FillInHandle(unsigned long handle);
@@ -80,8 +82,8 @@ public:
     void InsertWorkModeCommand();
     void InsertDebugCommand(PerfQosId qos);
     void InsertSuspendCommand(PerfQosId qos);
-    /// Appends the boosts of a probed thread: group 0 of CPU_M, CPU_B and GPU, in this order, each
-    /// only for a value other than 0.
+    /// Makes this the command of a probed thread and appends its boosts: group 0 of CPU_M, CPU_B
+    /// and GPU, in this order, each only for a value other than 0.
     void InsertProbeCommand(const TimePoint& start, const TimePoint& end, int cpuM, int cpuB,
                             int gpu);
     /// Appends a ready-made item.
@@ -102,6 +104,7 @@ private:
     TimePoint mEndTime;
     std::vector<std::shared_ptr<PerfCommandItem>> mItems;
     unsigned int mDuration = 0;
+    bool mIsProbe = false;
 };
 
 }  // namespace corebeacon

@@ -52,7 +52,11 @@ int EventValidate(const ResourceManager& resources, EventTable& table) {
 ConfigManager::ConfigManager(const HandleLimits& limits)
     : mState(std::make_unique<State>(limits)) {}
 
-ConfigManager::~ConfigManager() = default;
+ConfigManager::~ConfigManager() {
+    // A stopped worker answers no dump, and tells so to whoever waits for it.
+    mState->resourceManager.StopWorkers();
+    mState->dumpGate.AwaitEmpty();
+}
 
 int ConfigManager::Init(PerfDefaultConfig& config, const std::vector<ConfigurableEvent>& events,
                         const std::vector<ConfigurableScenario>& scenarios,
@@ -138,6 +142,10 @@ bool ConfigManager::GetGameStartFlag() const {
 
 const ResourceManager& ConfigManager::Resources() const {
     return mState->resourceManager;
+}
+
+const CommandManager& ConfigManager::Commands() const {
+    return mState->commandManager;
 }
 
 }  // namespace corebeacon

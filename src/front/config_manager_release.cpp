@@ -57,8 +57,12 @@ int ConfigManager::Reset() {
 
 int ConfigManager::ReleaseCommand(int pid, unsigned long handle, CommandWrapper& release) {
     LOGD("[%s:%d] ReleaseCommand for pid: %d", pid);
+    if (release.IsProbe()) {
+        // A main thread's id is its process's pid, so a probe may go with the process's requests.
+        UnbindThread(pid);
+    }
     if (release.GetType() != PERF_COMMAND_MODE_START) {
-        if (mState->resourceManager.SendCmdToResources(release) != 0) {
+        if (Send(release) != 0) {
             LOGE("[%s:%d] SendCmdToResources failed for handle %lu", handle);
             return -1;
         }

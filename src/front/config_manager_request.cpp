@@ -64,8 +64,15 @@ int ConfigManager::StartRequest(int pid, const TimePoint& now, CommandWrapper& c
     return 0;
 }
 
+int ConfigManager::Send(const CommandWrapper& cmd) {
+    if (cmd.IsProbe() && cmd.GetItems().empty()) {
+        return 0;  // without floors there is nothing to it but the bound thread
+    }
+    return mState->resourceManager.SendCmdToResources(cmd);
+}
+
 int ConfigManager::SendRegistered(int pid, const CommandWrapper& cmd) {
-    if (mState->resourceManager.SendCmdToResources(cmd) != 0) {
+    if (Send(cmd) != 0) {
         return -1;
     }
     if (cmd.GetType() == PERF_COMMAND_BASE_SET ||
@@ -78,7 +85,7 @@ int ConfigManager::SendRegistered(int pid, const CommandWrapper& cmd) {
     if (mState->commandManager.UpdateReleaseCommandType(stop) != 0) {
         return -1;
     }
-    return mState->resourceManager.SendCmdToResources(stop);
+    return Send(stop);
 }
 
 int ConfigManager::PreHandleEasBaseCommand(unsigned int duration, PerfCommandType& type,

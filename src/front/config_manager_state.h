@@ -1,10 +1,12 @@
 /// What a ConfigManager owns, out of sight of the public header. Built and destroyed with its
 /// ConfigManager; each member locks itself or says here what guards it.
 ///
-/// Order of locks, outermost first: initMutex; dumpMutex or debugMutex; workModeMutex; then one of
-/// the handle table's, the work mode manager's, a FIFO's or the log's. Workers never call the
-/// front.
+/// Order of locks, outermost first: initMutex; dumpMutex or debugMutex; workModeMutex or
+/// probeMutex; then one of the handle table's, the work mode manager's, the thread binder's, a
+/// FIFO's or the log's. Workers never call the front.
 #pragma once
+
+#include <unistd.h>
 
 #include <atomic>
 #include <vector>
@@ -17,6 +19,7 @@
 #include "corebeacon/config_manager.h"
 #include "engine/perf_thread_binder.h"
 #include "engine/resource_manager.h"
+#include "front/dump_gate.h"
 #include "platform/mutex.h"
 
 namespace corebeacon {
@@ -26,7 +29,8 @@ inline constexpr std::size_t kDebugSlotCount = 12;
 struct ConfigManager::State {
     explicit State(const HandleLimits& limits)
         : commandManager(limits.maxProcesses, limits.maxHandlesPerProcess, limits.maxHandles,
-                         limits.reservedPid) {}
+                         limits.reservedPid),
+          reservedPid(limits.reservedPid) {}
 
     CommandManager commandManager;
     ResourceManager resourceManager;
@@ -39,12 +43,24 @@ struct ConfigManager::State {
     /// resource hears of the modes in the order in which they were decided.
     Mutex workModeMutex;
 
+    /// Held while the thread binder is brought in line with the handle table, so that the last of
+    /// a start and a stop of one thread's probe decides in both.
+    Mutex probeMutex;
+
     /// Held over a whole Reset or debug command.
-    Mutex debugMutex ACQUIRED_BEFORE(workModeMutex);
+    Mutex debugMutex ACQUIRED_BEFORE(workModeMutex, probeMutex);
     /// The handles of scenarios that debug options switched on, by scenario id; all ones for none.
     std::vector<unsigned long> debugHandles GUARDED_BY(debugMutex) =
         std::vector<unsigned long>(kDebugSlotCount, kNoHandle);
     std::atomic<bool> gameStart{false};
+
+    /// Held over a whole dump of the workers: a resource keeps one text to hand over.
+    Mutex dumpMutex;
+    DumpGate dumpGate;
+
+    // fixed after construction
+    const int reservedPid;          ///< owner of the events' handles
+    const int ownPid = ::getpid();  ///< owner of the scenarios that debug options switch on
 
     Mutex initMutex ACQUIRED_BEFORE(debugMutex);
     bool initialised GUARDED_BY(initMutex) = false;
