@@ -60,6 +60,9 @@ expect "the ceiling released" "$base"
 wait $program
 status=$?
 [ $status -eq 0 ] || fail "the program exited with $status"
+# A stock kernel's governor lacks the tunables of ours; the user is told so.
+grep -q "GOVERNOR_LOAD_CPU_L .*there is no ${policy}0/schedutil/go_hispeed_load" /tmp/out ||
+    fail "the missing governor tunable was not reported"
 read_back
 [ "$values" = "$base" ] || fail "after the program: expected $base, read $values"
 
