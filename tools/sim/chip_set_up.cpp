@@ -136,7 +136,7 @@ void AddThermalZones(SimulatedDevice& device) {
     device.AddThermalZone(kThermal + "/thermal_zone0",
                           {.type = "soc-thermal",
                            .sustainablePowerMw = 4500,
-                           .tripTempsMilliC = {65000, 85000, 90000, 115000}});
+                           .tripTempsMilliC = {65000, 75000, 90000, 115000}});
     device.AddThermalZone(kThermal + "/thermal_zone1", {.type = "board-thermal",
                                                         .sustainablePowerMw = 9000,
                                                         .tripTempsMilliC = {65000, 85000, 115000}});
