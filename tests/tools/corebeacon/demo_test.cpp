@@ -1,0 +1,120 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "demo_story.h"
+#include "script_parser.h"
+#include "tool_fixture.h"
+
+namespace corebeacon::tool::test {
+namespace {
+
+/// The demo takes seconds, so all tests look at one.
+class Demo : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        std::ostringstream out;
+        std::ostringstream diagnostics;
+        sOutcome.exitCode = PlayDemo(out, diagnostics);
+        sOutcome.out = out.str();
+        sOutcome.diagnostics = diagnostics.str();
+    }
+
+    /// The values written to a node, in order, between two lines of the output.
+    static std::vector<std::string> Written(const std::string& node, const std::string& from,
+                                            const std::string& to) {
+        const std::size_t begin = sOutcome.out.find("  " + from + "\n");
+        const std::size_t end = sOutcome.out.find("  " + to + "\n");
+        EXPECT_LT(begin, end);
+        EXPECT_NE(end, std::string::npos);
+        std::vector<std::string> values;
+        for (const std::string& line : Lines(sOutcome.out.substr(begin, end - begin))) {
+            const std::size_t at = line.find("  " + node + " ");
+            if (at != std::string::npos) {
+                values.push_back(line.substr(line.rfind(' ') + 1));
+            }
+        }
+        return values;
+    }
+
+    static inline Outcome sOutcome;
+};
+
+using Values = std::vector<std::string>;
+
+TEST_F(Demo, EndsWellAndInTime) {
+    EXPECT_EQ(sOutcome.exitCode, kExitDone);
+    EXPECT_EQ(sOutcome.diagnostics, "");
+    const std::vector<int> times = Times(sOutcome.out);
+    ASSERT_FALSE(times.empty());
+    EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));
+    std::chrono::milliseconds waits{0};
+    for (const Statement& statement : ParseScript(kDemoStory).statements) {
+        waits += statement.verb == Verb::WAIT ? statement.time : std::chrono::milliseconds(0);
+    }
+    EXPECT_LT(waits, std::chrono::milliseconds(4000));
+}
+
+TEST_F(Demo, ShowsEachStatementOnceAndInOrder) {
+    std::size_t from = 0;
+    for (const Statement& statement : ParseScript(kDemoStory).statements) {
+        const std::size_t at = sOutcome.out.find(statement.text + "\n", from);
+        ASSERT_NE(at, std::string::npos) << statement.text;
+        from = at + statement.text.size();
+    }
+}
+
+TEST_F(Demo, ACompetingCeilingInterruptsTheBoost) {
+    const std::string launch =
+        "request pid=1001 for=900ms CPU_M.boost=1655000 CPU_B.boost=2309000 GPU.boost=603000000 "
+        "as launch";
+    const std::string cooling = "request pid=1002 for=400ms CPU_B.limit=1774000 as cooling";
+    EXPECT_EQ(Written("policy2/scaling_min_freq", launch, cooling), Values{"2309000"});
+    EXPECT_EQ(Written("gpufreq/min_freq", launch, cooling), Values{"603000000"});
+    EXPECT_EQ(Written("policy1/scaling_min_freq", launch, cooling), Values{"1655000"});
+    EXPECT_EQ(Written("policy2/scaling_min_freq", cooling, "(cooling ends)"), Values{"1774000"});
+    EXPECT_EQ(Written("policy2/scaling_min_freq", "(cooling ends)", "(launch ends)"),
+              Values{"2309000"});
+    const std::string video = "request pid=2001 CPU_B.boost=1595000 as video";
+    EXPECT_EQ(Written("policy2/scaling_min_freq", "(launch ends)", video), Values{"1239000"});
+    EXPECT_EQ(Written("gpufreq/min_freq", "(launch ends)", video), Values{"279000000"});
+}
+
+TEST_F(Demo, OfTwoCallersTheHigherCountsUntilItLeaves) {
+    const std::string video = "request pid=2001 CPU_B.boost=1595000 as video";
+    const std::string game = "request pid=2002 CPU_B.boost=1952000 as game";
+    const std::string saver = "request pid=3001 CPU_B.limit=1417000 as saver";
+    EXPECT_EQ(Written("policy2/scaling_min_freq", video, game), Values{"1595000"});
+    EXPECT_EQ(Written("policy2/scaling_min_freq", game, "release game"), Values{"1952000"});
+    EXPECT_EQ(Written("policy2/scaling_min_freq", "release game", saver), Values{"1595000"});
+}
+
+TEST_F(Demo, AShortBoostEscapesTheStandingCeiling) {
+    const std::string saver = "request pid=3001 CPU_B.limit=1417000 as saver";
+    const std::string touch = "request pid=1001 for=250ms CPU_B.boost=2130000 as touch";
+    EXPECT_EQ(Written("policy2/scaling_min_freq", saver, touch), Values{"1417000"});
+    EXPECT_EQ(Written("policy2/scaling_min_freq", touch, "(touch ends)"), Values{"2130000"});
+    EXPECT_EQ(Written("policy2/scaling_min_freq", "(touch ends)", "release saver"),
+              Values{"1417000"});
+    EXPECT_EQ(Written("policy2/scaling_min_freq", "release saver", "release-all pid=2001"),
+              Values{"1595000"});
+}
+
+TEST_F(Demo, EndsWithEveryTouchedNodeAtItsBase) {
+    const std::size_t begin = sOutcome.out.find("Final values\n");
+    ASSERT_NE(begin, std::string::npos);
+    EXPECT_EQ(sOutcome.out.substr(begin),
+              "Final values\n"
+              "  GPU    /sys/class/devfreq/gpufreq/max_freq                       750000000\n"
+              "  GPU    /sys/class/devfreq/gpufreq/min_freq                       279000000\n"
+              "  CPU_M  /sys/devices/system/cpu/cpufreq/policy1/scaling_max_freq  2150000\n"
+              "  CPU_M  /sys/devices/system/cpu/cpufreq/policy1/scaling_min_freq  418000\n"
+              "  CPU_B  /sys/devices/system/cpu/cpufreq/policy2/scaling_max_freq  2487000\n"
+              "  CPU_B  /sys/devices/system/cpu/cpufreq/policy2/scaling_min_freq  1239000\n");
+}
+
+}  // namespace
+}  // namespace corebeacon::tool::test

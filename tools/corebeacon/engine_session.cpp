@@ -1,0 +1,162 @@
+#include "engine_session.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <sstream>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "corebeacon/builtin_config.h"
+#include "corebeacon/log.h"
+#include "platform/node_reader.h"
+
+namespace corebeacon::tool {
+
+namespace {
+
+/// How many low bits of a handle the engine's dumps show.
+constexpr unsigned long kDumpedHandleMask = 1023;
+
+bool IsReadable(const std::string& path) {
+    std::string ignored;
+    return ReadNode(path, ignored) == 0;
+}
+
+/// The device's own word for its chip ends in the number, "variant-2" for instance.
+unsigned DetectChip() {
+    std::string text;
+    if (ReadNode(GetcontrolInfo().chipTypePath, text) != 0) {
+        return CHIP_TYPE_COMMON;
+    }
+    const std::string word = NodeText(text);
+    const std::size_t digits = word.find_last_not_of("0123456789") + 1;
+    const std::string number = word.substr(digits);
+    const bool isKnown = number.size() == 1 && number[0] < static_cast<char>('0' + kChipCount);
+    return isKnown ? static_cast<unsigned>(number[0] - '0') : CHIP_TYPE_COMMON;
+}
+
+/// The first node of the QoS that does not exist, "" if all do. Nothing is opened for writing:
+/// that alone makes some devices act.
+std::string MissingNode(const PerfQosConfig& config) {
+    for (const PerfGroupConfig& row : config.groups) {
+        for (const std::string& path : row.sysNodePaths) {
+            const int fd = GetNodeIo().Open(path.c_str(), O_PATH | O_CLOEXEC);
+            if (fd >= 0) {
+                GetNodeIo().Close(fd);
+            } else if (errno == ENOENT) {
+                return path;
+            }
+        }
+    }
+    return "";
+}
+
+PerfConfigControlInfo DetectMachine(std::optional<unsigned> chip) {
+    PerfConfigControlInfo info;
+    info.chipType = static_cast<ChipTypeAvailableValue>(chip ? *chip : DetectChip());
+    info.cpuBoostEnabled = IsReadable(GetcontrolInfo().cpuBoostPath);
+    info.boardIpaEnabled = IsReadable(GetcontrolInfo().thermalZoneTypePath);
+    return info;
+}
+
+}  // namespace
+
+std::unique_ptr<EngineSession> EngineSession::Start(const SessionOptions& options) {
+    std::unique_ptr<EngineSession> session(new EngineSession(options));
+    return session->Init() == 0 ? std::move(session) : nullptr;
+}
+
+EngineSession::EngineSession(const SessionOptions& options)
+    : mOptions(options),
+      mFormerNodeIo(GetNodeIo()),
+      mFormerLogSwitch(PfLogonNamespace::PfLogonGet()->load()) {
+    NodeIo* device = &mFormerNodeIo;
+    if (options.device == DeviceKind::SIM) {
+        mSimulated = sim::SimulatedDevice::ForChip(options.chip.value_or(CHIP_TYPE_COMMON));
+        mSimulated->SetRecordLimit(0);
+        device = mSimulated.get();
+    }
+    mRecord = std::make_unique<RecordingNodeIo>(*device);
+    SetNodeIo(mRecord.get());
+    PfLogonNamespace::PfLogonSet(options.logSwitch);
+}
+
+EngineSession::~EngineSession() {
+    mEngine.reset();
+    SetNodeIo(&mFormerNodeIo);
+    PfLogonNamespace::PfLogonSet(mFormerLogSwitch);
+}
+
+int EngineSession::Init() {
+    // The simulated device says nothing of its chip: it was made for one.
+    mConfig.controlInfo = DetectMachine(
+        mSimulated != nullptr ? mOptions.chip.value_or(CHIP_TYPE_COMMON) : mOptions.chip);
+    mConfig.qosConfigMap = GetPerfQosConfigMap();
+    const ChipTypeAvailableValue chip = mConfig.controlInfo.chipType;
+    mEngine = std::make_unique<ConfigManager>();
+    if (mEngine->Init(mConfig, GetConfigurableEventVec(chip), GetConfigurableScenarioVec(chip),
+                      ProbeEvent()) != 0) {
+        return -1;
+    }
+    mNames = std::make_unique<NodeNames>(mConfig.qosConfigMap);
+    return 0;
+}
+
+std::vector<UnsupportedQos> EngineSession::Unsupported() const {
+    std::vector<UnsupportedQos> unsupported = mEngine->Resources().GetUnsupportedQos();
+    if (mOptions.device != DeviceKind::KERNEL) {
+        return unsupported;
+    }
+    std::vector<PerfQosId> served;
+    mEngine->Resources().GetResourceIds(served);
+    for (const PerfQosId id : served) {
+        const PerfQosConfig& config = mConfig.qosConfigMap.at(id);
+        if (const std::string path = MissingNode(config); !path.empty()) {
+            unsupported.push_back({id, config.name, "there is no " + path});
+        }
+    }
+    std::ranges::sort(unsupported, {}, &UnsupportedQos::id);
+    return unsupported;
+}
+
+std::string EngineSession::Settle() const {
+    // A resource answers a dump in its turn, after all that was queued before.
+    const ResourceManager& resources = mEngine->Resources();
+    std::vector<PerfQosId> ids;
+    resources.GetResourceIds(ids);
+    for (const PerfQosId id : ids) {
+        auto item = std::make_shared<PerfCommandItem>();
+        item->qosId = id;
+        resources.GetResourcePtr(id)->SendCommandToFifoQ({PERF_COMMAND_GET_LOG, item});
+    }
+    std::ostringstream dump;
+    for (const PerfQosId id : ids) {
+        resources.GetResourcePtr(id)->WaitLogFinish(false, dump);
+    }
+    return dump.str();
+}
+
+bool EngineSession::RulesAGroup(unsigned long handle) const {
+    // A dump shows the timed item in force as "boost(VALUE, HANDLE)" or "limit(VALUE, HANDLE)".
+    const std::string dump = Settle();
+    const std::string shown = ", " + std::to_string(handle & kDumpedHandleMask) + ")";
+    for (std::size_t at = dump.find(shown); at != std::string::npos;
+         at = dump.find(shown, at + 1)) {
+        const std::string_view before =
+            std::string_view(dump).substr(0, std::min(dump.rfind('(', at), at));
+        if (before.ends_with("boost") || before.ends_with("limit")) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::optional<std::string> EngineSession::ReadValue(const std::string& path) const {
+    std::string bytes;
+    return ReadNode(path, bytes) == 0 ? std::optional(NodeText(bytes)) : std::nullopt;
+}
+
+}  // namespace corebeacon::tool

@@ -1,0 +1,76 @@
+/// An engine at work on a device, as the program's commands need it: the simulated device or the
+/// kernel, all its writes recorded, the built-in tables in force. Owned by the command that runs;
+/// used on one thread. One session at a time, since NodeIo and log switch are the process's.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "corebeacon/config_manager.h"
+#include "corebeacon/default_config.h"
+#include "engine/resource_manager.h"
+#include "node_names.h"
+#include "recording_node_io.h"
+#include "sim/simulated_device.h"
+
+namespace corebeacon::tool {
+
+enum class DeviceKind { SIM, KERNEL };
+
+/// Chips are numbered from 0.
+inline constexpr unsigned kChipCount = 3;
+
+struct SessionOptions {
+    DeviceKind device = DeviceKind::SIM;
+    /// Absent: what the device says of itself, 0 where it says nothing.
+    std::optional<unsigned> chip;
+    unsigned logSwitch = 0;
+};
+
+class EngineSession {
+public:
+    /// Null when the engine does not start, which its log lines explain.
+    static std::unique_ptr<EngineSession> Start(const SessionOptions& options);
+    /// Ends the engine; the nodes keep their values.
+    ~EngineSession();
+    EngineSession(const EngineSession&) = delete;
+    EngineSession& operator=(const EngineSession&) = delete;
+
+    ConfigManager& Engine() { return *mEngine; }
+    RecordingNodeIo& Record() { return *mRecord; }
+    DeviceKind Device() const { return mOptions.device; }
+    unsigned Chip() const { return mConfig.controlInfo.chipType; }
+    /// What this device lacks. On the kernel also QoS whose nodes are missing: the engine takes
+    /// requests for them, but no write can succeed.
+    std::vector<UnsupportedQos> Unsupported() const;
+    /// The table as it is in force: narrowed to the chip and revised against the device.
+    const PerfQosConfigMap& Table() const { return mConfig.qosConfigMap; }
+    const NodeNames& Names() const { return *mNames; }
+
+    /// Waits until every command queued so far has been carried out, and returns what all groups
+    /// then hold, as the engine dumps it.
+    std::string Settle() const;
+    /// Whether a timed request rules one of its groups, once all queued commands are carried out.
+    /// `handle` is what the engine gave out; one that is 1024 apart may be taken for it.
+    bool RulesAGroup(unsigned long handle) const;
+
+    /// What a read of the node gives, if it can be read.
+    std::optional<std::string> ReadValue(const std::string& path) const;
+
+private:
+    explicit EngineSession(const SessionOptions& options);
+    int Init();
+
+    const SessionOptions mOptions;
+    NodeIo& mFormerNodeIo;
+    const unsigned mFormerLogSwitch;
+    std::unique_ptr<sim::SimulatedDevice> mSimulated;  // null on the kernel
+    std::unique_ptr<RecordingNodeIo> mRecord;
+    PerfDefaultConfig mConfig;
+    std::unique_ptr<ConfigManager> mEngine;
+    std::unique_ptr<NodeNames> mNames;
+};
+
+}  // namespace corebeacon::tool

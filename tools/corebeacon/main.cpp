@@ -1,0 +1,88 @@
+// The program `corebeacon`: its command line.
+#include <iostream>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "corebeacon/version.h"
+#include "run_command.h"
+#include "table_command.h"
+#include "text_table.h"
+#include "verb_table.h"
+
+namespace {
+
+using namespace corebeacon::tool;
+
+std::string ScriptHelp() {
+    TextTable verbs;
+    for (const VerbRow& row : VerbTable()) {
+        verbs.AddRow({std::string(row.name) + " " + std::string(row.usage)});
+        verbs.AddRow({"    " + std::string(row.summary)});
+    }
+    return "A script holds one statement a line; '#' begins a comment.\n" + verbs.Text("  ") +
+           "QOS is a name or an id, CPU_B or 2; QOS.GROUP names a group other than 0, EAS.7.\n"
+           "TIME is a number with its unit, 500ms or 2s.\n"
+           "For example:\n"
+           "  request pid=1001 for=500ms CPU_B.boost=2000000 GPU.limit=500000000 as h1\n";
+}
+
+template <typename Number>
+void AddChip(CLI::App& command, Number& chip, const std::string& unlessGiven) {
+    command.add_option("--chip", chip, "chip variant, 0 to 2; " + unlessGiven)
+        ->check(CLI::Range(0U, kChipCount - 1).description(""))
+        ->type_name("N");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("Plays requests on the performance QoS engine and shows what it writes.",
+                 "corebeacon");
+    app.set_version_flag("--version", "corebeacon " COREBEACON_VERSION);
+    app.require_subcommand(1);
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return std::string("corebeacon: ") + error.what() + "\nRun with --help for the usage.\n";
+    });
+
+    CLI::App* const demo = app.add_subcommand("demo", "play a short story on the simulated device");
+
+    CLI::App* const run = app.add_subcommand("run", "play a script of requests");
+    std::string script;
+    SessionOptions options;
+    run->add_option("SCRIPT", script, "file, or - for standard input")->required();
+    std::string device = "sim";
+    run->add_option("--device", device, "sim, the simulated device (the default), or kernel")
+        ->check(CLI::IsMember({"sim", "kernel"}).description(""))
+        ->type_name("DEVICE");
+    AddChip(*run, options.chip, "unless given, what the device tree tells, else 0");
+    run->add_option("--log", options.logSwitch,
+                    "log switch: 1 information, 2 debug, 3 both; log lines go to standard error")
+        ->check(CLI::Range(0U, FindVerb("log")->maxNumber).description(""))
+        ->type_name("N");
+    run->footer(ScriptHelp());
+
+    CLI::App* const table = app.add_subcommand("table", "print the QoS table of a chip");
+    unsigned chip = 0;
+    AddChip(*table, chip, "0 unless given");
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kExitDone : kExitBadInput;
+    }
+    int result = kExitDone;
+    if (demo->parsed()) {
+        result = PlayDemo(std::cout, std::cerr);
+    } else if (run->parsed()) {
+        options.device = device == "kernel" ? DeviceKind::KERNEL : DeviceKind::SIM;
+        result = RunScript(script, options, std::cin, std::cout, std::cerr);
+    } else if (table->parsed()) {
+        result = PrintQosTable(chip, std::cout, std::cerr);
+    }
+    if (!std::cout.flush()) {
+        std::cerr << "corebeacon: standard output cannot be written\n";
+        return kExitFailed;
+    }
+    return result;
+}

@@ -1,0 +1,28 @@
+/// The commands that play a script: `run` and, with a script of its own, `demo`. Each returns the
+/// program's exit code. Data goes to `out`, diagnostics to `diagnostics`.
+#pragma once
+
+#include <istream>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+#include "engine_session.h"
+
+namespace corebeacon::tool {
+
+inline constexpr int kExitDone = 0;
+inline constexpr int kExitFailed = 1;    ///< the engine refused something
+inline constexpr int kExitBadInput = 2;  ///< nothing was applied
+
+/// `path` is the script's file; "-" stands for `in`.
+int RunScript(const std::string& path, const SessionOptions& options, std::istream& in,
+              std::ostream& out, std::ostream& diagnostics);
+
+/// `name` is what diagnostics call the script.
+int PlayScript(std::string_view script, const std::string& name, const SessionOptions& options,
+               std::ostream& out, std::ostream& diagnostics);
+
+int PlayDemo(std::ostream& out, std::ostream& diagnostics);
+
+}  // namespace corebeacon::tool

@@ -1,0 +1,44 @@
+/// The grammar of scripts as a table: which verbs there are and what each takes. A new verb is one
+/// row here and one handler in the player. Constant data; any thread may read it.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "statement.h"
+
+namespace corebeacon::tool {
+
+enum class Parameter {
+    NONE,
+    PID,           ///< pid=1001
+    FOR,           ///< for=500ms
+    QOS_VALUES,    ///< CPU_B.boost=2000000 EAS.7.boost=30, any number of them
+    AS_NAME,       ///< as h1
+    REQUEST_NAME,  ///< h1, the name of an earlier request
+    TIME,          ///< 300ms
+    NUMBER,        ///< 0 to VerbRow::maxNumber
+};
+
+struct ParameterRow {
+    Parameter kind = Parameter::NONE;
+    bool isRequired = false;
+};
+
+struct VerbRow {
+    Verb verb;
+    std::string_view name;
+    std::string_view usage;    ///< the parameters in words
+    std::string_view summary;  ///< for the help text
+    ParameterRow parameters[4];
+    unsigned maxNumber = 0;
+
+    bool Takes(Parameter kind) const;
+};
+
+std::span<const VerbRow> VerbTable();
+
+/// Null when no verb has this name.
+const VerbRow* FindVerb(std::string_view name);
+
+}  // namespace corebeacon::tool
