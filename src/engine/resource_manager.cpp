@@ -4,9 +4,13 @@
 #include <type_traits>
 
 #include "platform/logging.h"
+#include "resources/ddr_resource.h"
 #include "resources/frequency_resource.h"
 #include "resources/ioctl_level_map_resource.h"
+#include "resources/ipa_sustainable_power_resource.h"
+#include "resources/ipa_switch_temp_resource.h"
 #include "resources/level_map_resource.h"
+#include "resources/single_node_value_resource.h"
 
 namespace corebeacon {
 
@@ -35,10 +39,10 @@ struct SpecialKind {
 
 /// The QoS whose kind their id decides.
 constexpr SpecialKind kSpecialKinds[] = {
-    {PERF_QOS_DDR, nullptr},
-    {PERF_QOS_IPA_POWER, nullptr},
-    {PERF_QOS_IPA_SWITCH_TEMP, nullptr},
-    {PERF_QOS_CPU_BOOST, nullptr},
+    {PERF_QOS_DDR, &Make<DdrResource>},
+    {PERF_QOS_IPA_POWER, &Make<IpaSustainablePowerResource>},
+    {PERF_QOS_IPA_SWITCH_TEMP, &Make<IpaSwitchTempResource>},
+    {PERF_QOS_CPU_BOOST, &Make<SingleNodeValueResource>},
     {PERF_QOS_EAS, nullptr},
     {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_L, nullptr},
     {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_M, nullptr},
@@ -49,7 +53,7 @@ constexpr SpecialKind kSpecialKinds[] = {
 /// The kinds that the shape of a QoS's first row decides.
 constexpr ResourceMaker kMakeLevelMap = &Make<LevelMapResource>;
 constexpr ResourceMaker kMakeFrequency = &Make<FrequencyResource>;
-constexpr ResourceMaker kMakeSingleNodeValue = nullptr;
+constexpr ResourceMaker kMakeSingleNodeValue = &Make<SingleNodeValueResource>;
 
 bool IsSwitchedOff(PerfQosId qosId, const PerfConfigControlInfo& controlInfo) {
     return qosId == PERF_QOS_CPU_BOOST && !controlInfo.cpuBoostEnabled;
