@@ -10,6 +10,7 @@
 #include "resources/ipa_sustainable_power_resource.h"
 #include "resources/ipa_switch_temp_resource.h"
 #include "resources/level_map_resource.h"
+#include "resources/mem_lat_target_ratio_resource.h"
 #include "resources/single_node_value_resource.h"
 
 namespace corebeacon {
@@ -44,9 +45,9 @@ constexpr SpecialKind kSpecialKinds[] = {
     {PERF_QOS_IPA_SWITCH_TEMP, &Make<IpaSwitchTempResource>},
     {PERF_QOS_CPU_BOOST, &Make<SingleNodeValueResource>},
     {PERF_QOS_EAS, nullptr},
-    {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_L, nullptr},
-    {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_M, nullptr},
-    {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_B, nullptr},
+    {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_L, &Make<MemLatTargetRatioResource>},
+    {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_M, &Make<MemLatTargetRatioResource>},
+    {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_B, &Make<MemLatTargetRatioResource>},
     {PERF_QOS_NPU_SC_PRIO, &Make<IoctlLevelMapResource>},
 };
 
