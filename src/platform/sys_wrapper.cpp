@@ -114,12 +114,6 @@ int SysIoctl(int fd, unsigned long request, void* argument) {
     return GetNodeIo().Ioctl(fd, request, argument);
 }
 
-void SysTraceName(const std::string& /*name*/) {}
-
-bool IsSysTraceEnabled() {
-    return false;
-}
-
 std::string PutTime(const std::tm& time) {
     return std::to_string(time.tm_mon) + "-" + std::to_string(time.tm_mday) + " " +
            std::to_string(time.tm_hour) + ":" + std::to_string(time.tm_min) + ":" +

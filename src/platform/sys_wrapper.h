@@ -31,10 +31,10 @@ int SysOpenAndWriteStr(const std::string& name, const std::string& path, const s
 /// ioctl(2) on a descriptor that the caller holds open: its result, -1 and errno on failure.
 int SysIoctl(int fd, unsigned long request, void* argument);
 
-/// Marks a point for the system tracer. Inert: no tracer is bound, which IsSysTraceEnabled() tells.
+/// Marks a point for the system tracer, if the host has bound one with BindSysTrace; never fails.
 void SysTraceName(const std::string& name);
 
-/// Whether SysTraceName reaches a tracer; callers ask before they compose a name.
+/// Whether it has, by one relaxed load; callers ask before they compose a name.
 bool IsSysTraceEnabled();
 
 /// "month-day hour:minute:second" from the raw fields without padding; January is month 0.
