@@ -26,7 +26,8 @@ function(corebeacon_use_test_pch target)
   if(NOT TARGET corebeacon_test_pch)
     file(WRITE ${PROJECT_BINARY_DIR}/test_pch.cpp "int main() { return 0; }\n")
     add_executable(corebeacon_test_pch ${PROJECT_BINARY_DIR}/test_pch.cpp)
-    target_link_libraries(corebeacon_test_pch PRIVATE GTest::gtest Threads::Threads)
+    target_link_libraries(corebeacon_test_pch PRIVATE
+      GTest::gtest Threads::Threads corebeacon_warnings)
     target_precompile_headers(corebeacon_test_pch PRIVATE
       <gtest/gtest.h> <functional> <map> <memory> <set> <sstream> <string> <thread> <vector>)
   endif()
