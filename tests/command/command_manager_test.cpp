@@ -264,6 +264,15 @@ TEST_F(CommandTable, ASecondProbeOfAThreadSucceedsWithoutANewHandle) {
     EXPECT_EQ(RequestProbe(78, Event(100)), 2UL);
 }
 
+TEST_F(CommandTable, AThreadIsProbedUntilItsProbeLeavesTheTable) {
+    RequestProbe(77, Event(100));
+    EXPECT_TRUE(mManager.IsProbed(77));
+    EXPECT_FALSE(mManager.IsProbed(78));
+    CommandWrapper out;
+    ASSERT_EQ(mManager.BuildProbeReleaseCommand(77, out), 0);
+    EXPECT_FALSE(mManager.IsProbed(77));
+}
+
 TEST_F(CommandTable, AProbeThatHasRunOutIsNoDuplicate) {
     EXPECT_EQ(RequestProbe(77, Event(100)), 1UL);
     mClock.Advance(milliseconds(100));

@@ -118,6 +118,16 @@ TEST(CommandWrapper, AProbeLeavesAloneEveryQosWhoseValueIsZero) {
     }
 }
 
+TEST(CommandWrapper, AProbeIsOneEvenWithoutItemsAndInEveryCopy) {
+    CommandWrapper cmd(PERF_COMMAND_SHORT_START, kStart, kStart, 0);
+    cmd.InsertRequestCommand(PERF_QOS_GPU, {});
+    EXPECT_FALSE(cmd.IsProbe());
+    CommandWrapper probe(PERF_COMMAND_SHORT_START, kStart, kStart, 0);
+    probe.InsertProbeCommand(kStart, kEnd, 0, 0, 0);
+    const CommandWrapper copy = probe;
+    EXPECT_TRUE(copy.IsProbe());
+}
+
 TEST(CommandWrapper, FillInHandleReachesWrapperAndItemsInPlace) {
     CommandWrapper cmd(PERF_COMMAND_LONG_START, kStart, TimePoint(), 0);
     cmd.InsertRequestCommand(PERF_QOS_GPU, {});
