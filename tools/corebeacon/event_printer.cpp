@@ -14,8 +14,8 @@ EventPrinter::EventPrinter(std::ostream& out, const NodeNames& names, const Node
     : mOut(out), mNames(names), mWidths(widths), mBegin(begin), mLast(begin) {}
 
 void EventPrinter::Note(const std::string& text) {
-    mOut << (mIsFirst ? "" : "\n") << "# " << text << "\n" << std::flush;
-    mIsFirst = false;
+    mOut << (mIsInParagraph ? "" : "\n") << "# " << text << "\n" << std::flush;
+    mIsInParagraph = true;
 }
 
 void EventPrinter::Statement(TimePoint time, const std::string& text) {
@@ -40,7 +40,7 @@ void EventPrinter::Write(const NodeWrite& write) {
 }
 
 void EventPrinter::FinalValues(const std::map<std::string, std::string>& values) {
-    mOut << (mIsFirst ? "" : "\n");
+    mOut << (mIsInParagraph ? "" : "\n");
     if (values.empty()) {
         mOut << "No node was written.\n" << std::flush;
         return;
@@ -60,7 +60,7 @@ void EventPrinter::Time(TimePoint time) {
                   static_cast<long long>(millis.count() / 1000),
                   static_cast<long long>(millis.count() % 1000));
     mOut << text;
-    mIsFirst = false;
+    mIsInParagraph = false;
 }
 
 }  // namespace corebeacon::tool

@@ -19,7 +19,7 @@ public:
     EventPrinter(std::ostream& out, const NodeNames& names, const NodeNameWidths& widths,
                  TimePoint begin);
 
-    /// A line that tells the story, set apart from what came before.
+    /// A line that tells the story, set apart from the events before.
     void Note(const std::string& text);
     void Statement(TimePoint time, const std::string& text);
     /// What happened without a statement, the end of a timed request for instance.
@@ -36,7 +36,7 @@ private:
     const NodeNameWidths mWidths;
     const TimePoint mBegin;
     TimePoint mLast;  // of the line printed last: time never goes back
-    bool mIsFirst = true;
+    bool mIsInParagraph = true;  // nothing to set a note apart from
 };
 
 }  // namespace corebeacon::tool

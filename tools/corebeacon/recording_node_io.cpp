@@ -137,7 +137,7 @@ std::vector<NodeWrite> RecordingNodeIo::Take() {
 void RecordingNodeIo::WaitForWrite(TimePoint deadline) {
     MutexLock lock(mMutex);
     while (mWrites.empty() && SteadyNow() < deadline) {
-        mRecorded.WaitUntil(mMutex, deadline);
+        GetClock().WaitUntil(mRecorded, mMutex, deadline);
     }
 }
 

@@ -196,7 +196,7 @@ void ScriptPlayer::AwaitEffects() {
 
 void ScriptPlayer::PrintFinalValues() {
     if (mSession.Device() == DeviceKind::KERNEL && !mWritten.empty()) {
-        std::this_thread::sleep_for(kReadBackDelay);
+        PassTime(SteadyNow() + kReadBackDelay);
     }
     std::map<std::string, std::string> values;
     for (const auto& [path, written] : mWritten) {

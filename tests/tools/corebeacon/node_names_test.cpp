@@ -55,6 +55,7 @@ TEST_F(NodeNamesTest, EventsAreStampedAndAligned) {
     const TimePoint begin{std::chrono::seconds(100)};
     EventPrinter printer(out, mNames, mNames.Widths({PERF_QOS_CPU_L, PERF_QOS_CPU_B}), begin);
     printer.Note("It begins.");
+    printer.Note("At once.");
     printer.Statement(begin, "wait 1s");
     printer.Write({begin + milliseconds(1), "/dev/x", "7", ""});
     printer.Write({begin + milliseconds(1), "/sys/policy0/min", "8", "Invalid argument"});
@@ -65,6 +66,7 @@ TEST_F(NodeNamesTest, EventsAreStampedAndAligned) {
     printer.FinalValues({{"/dev/x", "7"}, {"/sys/policy0/min", "10"}});
     EXPECT_EQ(out.str(),
               "# It begins.\n"
+              "# At once.\n"
               "   0.000  wait 1s\n"
               "   0.001      BIG     /dev/x              7\n"
               "   0.001      LITTLE  policy0/min         8  FAILED: Invalid argument\n"

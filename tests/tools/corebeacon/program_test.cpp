@@ -80,16 +80,17 @@ TEST_F(Program, RefusesACommandLineThatItDoesNotUnderstand) {
 }
 
 TEST_F(Program, PlaysAScriptFile) {
-    WriteScript("request pid=1001 for=20ms CPU_B.boost=1952000 as h1\nwait 30ms\n");
+    WriteScript("request pid=1001 for=60s CPU_B.boost=1952000 as h1\nrelease h1\nwait 1ms\n");
     const Outcome outcome = Run("run " + File("script") + " --device sim --chip 0");
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(outcome.diagnostics, "");
     EXPECT_NE(outcome.out.find("policy2/scaling_min_freq  1952000\n"), std::string::npos);
-    EXPECT_NE(outcome.out.find("(h1 ends)\n"), std::string::npos);
+    EXPECT_NE(outcome.out.find("  release h1\n"), std::string::npos);
+    EXPECT_NE(outcome.out.find("policy2/scaling_min_freq  1239000\n"), std::string::npos);
 }
 
 TEST_F(Program, PlaysStandardInput) {
-    WriteScript("request pid=1001 for=20ms CPU_B.boost=1952000\n");
+    WriteScript("request pid=1001 CPU_B.boost=1952000\nrelease-all pid=1001\n");
     const Outcome outcome = Run("run - --log 1 <" + File("script"));
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_NE(outcome.out.find("policy2/scaling_min_freq  1952000\n"), std::string::npos);

@@ -85,15 +85,26 @@ TEST(ScriptPlayer, ATimedRequestEndsWhileTimePasses) {
                                        FinalCpuB("1239000", "2487000")}));
 }
 
-TEST(ScriptPlayer, TimesNeverGoBackAndWaitsTakeTheirTime) {
+TEST(ScriptPlayer, EventsTellTheirTime) {
     const Outcome outcome = PlayText(
-        "request pid=1 for=30ms CPU_L.boost=1052000 CPU_B.boost=1952000 GPU.boost=603000000\n"
-        "wait 50ms\n"
-        "log 0\n");
-    const std::vector<int> times = Times(outcome.out);
-    ASSERT_GE(times.size(), 4U);
-    EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));
-    EXPECT_GE(times.back(), 50);
+        "request pid=1 for=1500ms CPU_B.boost=1952000 as a\n"
+        "wait 2s\n"
+        "request pid=1 for=20ms CPU_B.boost=1952000 as b\n");
+    EXPECT_EQ(Times(outcome.out), (std::vector<int>{0, 0, 0, 0, 0, 1500, 1500, 1500, 1500, 2000,
+                                                    2000, 2000, 2000, 2020, 2020, 2020, 2020}));
+}
+
+TEST(ScriptPlayer, RequestsThatEndTogetherAreToldInTheirOrder) {
+    const Outcome outcome = PlayText(
+        "request pid=1 for=40ms CPU_B.boost=1952000 as a\n"
+        "request pid=1 for=40ms CPU_L.boost=1052000 as b\n"
+        "request pid=1 for=30ms CPU_B.boost=1417000 as unseen\n");
+    const std::size_t unseen = outcome.out.find("(unseen ends)");
+    const std::size_t a = outcome.out.find("(a ends)");
+    const std::size_t b = outcome.out.find("(b ends)");
+    EXPECT_LT(unseen, a);
+    EXPECT_LT(a, b);
+    EXPECT_NE(b, std::string::npos);
 }
 
 TEST(ScriptPlayer, ThePlayEndsWhenTheLastTimedRequestHas) {
@@ -180,6 +191,7 @@ TEST(ScriptPlayer, ABadScriptAppliesNothing) {
 
 TEST(ScriptPlayer, TheLogVerbSetsTheSwitchForTheRun) {
     const corebeacon::test::LogCapture log(0);
+    const DrivenClock clock;
     std::ostringstream out;
     EXPECT_EQ(PlayScript("log 1\nrequest pid=1 for=20ms CPU_B.boost=1952000\n", "s", {}, out, out),
               kExitDone);

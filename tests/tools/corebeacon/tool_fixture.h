@@ -4,12 +4,30 @@
 #include <regex>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "run_command.h"
 #include "support/log_capture.h"
+#include "support/manual_clock.h"
 
 namespace corebeacon::tool::test {
+
+/// A clock that moves only while its owner's thread waits for a time, and then at once to that
+/// time: a script's waits cost none, and no load can make a request end too early.
+class DrivenClock : public corebeacon::test::ManualClock {
+public:
+    void WaitUntil(CondVar& cond, Mutex& mutex, TimePoint deadline) override REQUIRES(mutex) {
+        if (std::this_thread::get_id() == mDriver) {
+            Advance(deadline - SteadyNow());
+        } else {
+            ManualClock::WaitUntil(cond, mutex, deadline);
+        }
+    }
+
+private:
+    const std::thread::id mDriver = std::this_thread::get_id();
+};
 
 struct Outcome {
     int exitCode = 0;
@@ -54,6 +72,7 @@ inline std::vector<int> Times(const std::string& text) {
 /// The engine's own log lines are kept away from the test's output.
 inline Outcome PlayText(const std::string& script, const SessionOptions& options = {}) {
     const corebeacon::test::LogCapture log(0);
+    const DrivenClock clock;
     std::ostringstream out;
     std::ostringstream diagnostics;
     const int exitCode = PlayScript(script, "story.qos", options, out, diagnostics);
