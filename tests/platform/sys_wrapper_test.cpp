@@ -202,16 +202,6 @@ TEST_F(SysWrapperTest, AnIoctlReachesTheKernelAsItIs) {
     EXPECT_EQ(mKernel.Trace(), (Lines{"ioctl 42 1074821150"}));
 }
 
-TEST(SysWrapper, TracingIsOffAndATraceNameGoesNowhere) {
-    test::ScriptedNodeIo kernel;
-    test::ScopedNodeIo scope(kernel);
-    LogCapture log;
-    EXPECT_FALSE(IsSysTraceEnabled());
-    SysTraceName("corebeacon_log:request");
-    EXPECT_TRUE(kernel.Trace().empty());
-    EXPECT_TRUE(log.Lines().empty());
-}
-
 TEST(SysWrapper, ATimeIsPrintedFromTheRawFieldsWithoutPadding) {
     std::tm time{};
     time.tm_mon = 2;
