@@ -14,7 +14,13 @@ set(functions
 set(operations
     ConfigManager::ConfigManager ConfigManager::~ConfigManager ConfigManager::Init
     ConfigManager::PerfRequest ConfigManager::PerfRelease ConfigManager::PerfReleaseAll
-    ConfigManager::Reset)
+    ConfigManager::Reset
+    ConfigManager::PerfSetScenario ConfigManager::PerfSetMode ConfigManager::PerfSetSuspend
+    ConfigManager::PerfEvent ConfigManager::StartEvent ConfigManager::StopEvent
+    ConfigManager::StartProbe ConfigManager::StopProbe
+    ConfigManager::Dump ConfigManager::DumpInfo ConfigManager::TaskDump
+    ConfigManager::DumpFreqLimitHistory ConfigManager::DumpCoreVersion
+    ConfigManager::DebugSet ConfigManager::GetGameStartFlag)
 
 list(JOIN classes "|" class_pattern)
 list(JOIN functions "|" function_pattern)
