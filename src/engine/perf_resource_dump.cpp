@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <iomanip>
+#include <locale>
 
 #include "engine/perf_resource.h"
 #include "platform/logging.h"
@@ -91,6 +92,8 @@ void PerfResource::DumpBase(ResourceDumpInfo& info) {
 
 void PerfResource::GetLog() {
     std::ostringstream text;
+    // A host may have set a locale that writes numbers its own way; this text is read by tools.
+    text.imbue(std::locale::classic());
     Dump(text);
     MutexLock lock(mLogMutex);
     mLogText = text.str();
