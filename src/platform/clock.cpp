@@ -2,13 +2,15 @@
 
 #include <atomic>
 
+#include "platform/immortal.h"
+
 namespace corebeacon {
 
 namespace {
 
 Clock& RealClock() {
-    static Clock clock;
-    return clock;
+    static Immortal<Clock> clock;
+    return clock.Get();
 }
 
 // Null means the real clock, so that no static of another file can run before this one is set.

@@ -16,6 +16,7 @@
 #include <shared_mutex>
 
 #include "platform/clock.h"
+#include "platform/immortal.h"
 #include "platform/logging.h"
 
 namespace corebeacon {
@@ -138,10 +139,9 @@ private:
     StandardErrorSink mStandardError;
 };
 
-// Never destroyed: threads and static destructors may log until the process is gone.
 SinkSlot& TheSinkSlot() {
-    static SinkSlot* slot = new SinkSlot;
-    return *slot;
+    static Immortal<SinkSlot> slot;
+    return slot.Get();
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "platform/immortal.h"
 #include "platform/posix_node_io.h"
 
 namespace corebeacon {
@@ -9,8 +10,8 @@ namespace corebeacon {
 namespace {
 
 NodeIo& Kernel() {
-    static PosixNodeIo kernel;
-    return kernel;
+    static Immortal<PosixNodeIo> kernel;
+    return kernel.Get();
 }
 
 // Null means the kernel, so that no static of another file can run before this one is set.

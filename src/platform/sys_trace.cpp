@@ -8,6 +8,7 @@
 
 #include "corebeacon/node_io.h"
 #include "corebeacon/trace.h"
+#include "platform/immortal.h"
 #include "platform/logging.h"
 #include "platform/mutex.h"
 #include "platform/sys_wrapper.h"
@@ -106,10 +107,9 @@ private:
     std::uint64_t mLost GUARDED_BY(mMutex) = 0;
 };
 
-// Never destroyed: workers may leave markers until the process is gone.
 SysTracer& TheTracer() {
-    static SysTracer* tracer = new SysTracer;
-    return *tracer;
+    static Immortal<SysTracer> tracer;
+    return tracer.Get();
 }
 
 }  // namespace

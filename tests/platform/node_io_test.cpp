@@ -9,10 +9,22 @@
 #include <cstdlib>
 #include <string>
 
+#include "platform/clock.h"
 #include "support/scripted_node_io.h"
 
 namespace corebeacon {
 namespace {
+
+/// An engine that a host keeps in a static object: built before the first node is touched, so it is
+/// destroyed after whatever was built then, and closes its nodes only now. What it misses ends this
+/// program with a signal, after the last test.
+class LastUser {
+public:
+    ~LastUser() {
+        GetNodeIo().Close(-1);
+        GetClock().SteadyNow();
+    }
+} gLastUser;
 
 /// A file of the test's own, gone at its end.
 class TempFile {
