@@ -17,6 +17,12 @@ function(corebeacon_module name)
   target_link_libraries(corebeacon_${name} PUBLIC Threads::Threads PRIVATE corebeacon_warnings)
 endfunction()
 
+# Tests are compiled for the person who waits for them: what they say is not timed, and an optimiser
+# spends most of its time on their macros. The library under them keeps the build type's flags.
+add_library(corebeacon_test_flags INTERFACE)
+target_compile_options(corebeacon_test_flags INTERFACE -O0)
+target_link_libraries(corebeacon_test_flags INTERFACE corebeacon_warnings)
+
 # The test programs' common precompiled header. Its owner is itself a program, since compilers refuse
 # a header that was precompiled for another kind of code.
 function(corebeacon_use_test_pch target)
@@ -27,7 +33,7 @@ function(corebeacon_use_test_pch target)
     file(WRITE ${PROJECT_BINARY_DIR}/test_pch.cpp "int main() { return 0; }\n")
     add_executable(corebeacon_test_pch ${PROJECT_BINARY_DIR}/test_pch.cpp)
     target_link_libraries(corebeacon_test_pch PRIVATE
-      GTest::gtest Threads::Threads corebeacon_warnings)
+      GTest::gtest Threads::Threads corebeacon_test_flags)
     target_precompile_headers(corebeacon_test_pch PRIVATE
       <gtest/gtest.h> <functional> <map> <memory> <set> <sstream> <string> <thread> <vector>)
   endif()
@@ -43,7 +49,7 @@ function(corebeacon_test name)
     ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests
     ${PROJECT_SOURCE_DIR}/tools)
   target_link_libraries(corebeacon_${name}_tests PRIVATE
-    ${ARG_LIBS} GTest::gtest GTest::gtest_main Threads::Threads corebeacon_warnings)
+    ${ARG_LIBS} GTest::gtest GTest::gtest_main Threads::Threads corebeacon_test_flags)
   corebeacon_use_test_pch(corebeacon_${name}_tests)
   add_test(NAME ${name} COMMAND corebeacon_${name}_tests)
 endfunction()
