@@ -45,6 +45,9 @@ protected:
     explicit EngineFixture(ChipTypeAvailableValue chip = CHIP_TYPE_COMMON)
         : mChip(chip), mDevice(sim::SimulatedDevice::ForChip(chip)), mNodeIo(*mDevice) {}
 
+    /// The engine goes ahead of a test's own clock and log, which its workers use.
+    void TearDown() override { mFront.reset(); }
+
     PerfDefaultConfig BuiltinConfig() const {
         PerfDefaultConfig config;
         config.qosConfigMap = GetPerfQosConfigMap();
