@@ -10,7 +10,7 @@ namespace corebeacon {
 
 FreqListStatus ReadFreqList(const std::string& path, std::vector<std::int64_t>& freqs) {
     std::string text;
-    if (ReadNode(path, text) != 0) {
+    if (ReadNode(path, text) == NodeStatus::NOT_OPENED) {
         return FreqListStatus::NODE_MISSING;
     }
     std::istringstream stream(text);

@@ -10,8 +10,8 @@ namespace corebeacon {
 
 enum class FreqListStatus {
     READ,
-    NODE_MISSING,  ///< the node could not be opened or read; errno tells why
-    EMPTY,         ///< it holds no number
+    NODE_MISSING,  ///< the node could not be opened; errno tells why
+    EMPTY,         ///< it gave no number, or could not be read
 };
 
 /// Puts the numbers at the head of the node's text into `freqs`, ascending and without duplicates,

@@ -67,7 +67,7 @@ std::string LastWord(const std::string& text) {
 
 void AmendByBoard(const QosAmendments& amendments, PerfQosConfigMap& table) {
     std::string boardName;
-    if (ReadNode(kBoardNamePath, boardName) != 0) {
+    if (ReadNode(kBoardNamePath, boardName) == NodeStatus::NOT_OPENED) {
         // The node is the board's name; the text stays as those who search logs know it.
         LOGI("[%s:%d] open chiptype path failed!");
         return;

@@ -42,20 +42,20 @@ int ReadToEnd(int fd, std::string& text) {
 
 }  // namespace
 
-int ReadNode(const std::string& path, std::string& out) {
+NodeStatus ReadNode(const std::string& path, std::string& out) {
     const int fd = OpenForReading(path);
     if (fd < 0) {
-        return -1;
+        return NodeStatus::NOT_OPENED;
     }
     std::string text;
     const int error = ReadToEnd(fd, text);
     GetNodeIo().Close(fd);
     if (error != 0) {
         errno = error;  // closing may have overwritten it
-        return -1;
+        return NodeStatus::NOT_READ;
     }
     out.swap(text);
-    return 0;
+    return NodeStatus::READ;
 }
 
 }  // namespace corebeacon

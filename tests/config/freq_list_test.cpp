@@ -71,6 +71,18 @@ TEST_F(FreqListTest, AMissingNodeIsToldApart) {
     EXPECT_EQ(mFreqs, std::vector<std::int64_t>{7});
 }
 
+TEST_F(FreqListTest, ANodeThatOpensButCannotBeReadIsEmpty) {
+    mNodes.busy.insert(kPath);
+    EXPECT_EQ(Read("300 200"), FreqListStatus::EMPTY);
+    EXPECT_EQ(mFreqs, std::vector<std::int64_t>{7});
+    EXPECT_EQ(mNodes.OpenDescriptors(), 0U);
+}
+
+TEST_F(FreqListTest, AnOverlongNodeIsEmpty) {
+    EXPECT_EQ(Read(std::string(1024UL * 1024UL, ' ') + "300"), FreqListStatus::EMPTY);
+    EXPECT_EQ(mNodes.OpenDescriptors(), 0U);
+}
+
 class GroupedDigits : public std::numpunct<char> {
 protected:
     char do_thousands_sep() const override { return ','; }

@@ -157,6 +157,20 @@ TEST_F(QosAmendmentsTest, WithoutABoardNameTheBaseValuesStay) {
     EXPECT_EQ(mLatency.groups[0].baseMin, 100);
 }
 
+TEST_F(QosAmendmentsTest, ABoardNameThatOpensButCannotBeReadIsNoDevelopmentBoard) {
+    mNodes.texts[kBoardName] = "udp";
+    mNodes.busy.insert(kBoardName);
+    mAmendments.boardBaseValues = {{PERF_QOS_LATENCY_CPU, 90}};
+    EXPECT_EQ(Amend(), Texts{});
+    EXPECT_EQ(mLatency.groups[0].baseMin, 90);
+}
+
+TEST_F(QosAmendmentsTest, AListOfTheBigClusterThatCannotBeReadAmendsNothing) {
+    mNodes.busy.insert(kBigClusterFreqs);
+    EXPECT_EQ(Amend(), (Texts{"freqList read empty", "GetAvlFreqs failed!"}));
+    ExpectUnamended();
+}
+
 TEST_F(QosAmendmentsTest, ABoardWhoseLastWordContainsUdpKeepsTheBaseValues) {
     mNodes.texts[kBoardName] = std::string("maker new-udp-board\0", 20);
     mAmendments.boardBaseValues = {{PERF_QOS_LATENCY_CPU, 90}};

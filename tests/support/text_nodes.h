@@ -1,10 +1,12 @@
-/// A kernel of nodes that can only be read: path to text. Owned by a test; fill it before use.
+/// A kernel of nodes that can only be read, some of them only opened: path to text. Owned by a
+/// test; fill it before use.
 #pragma once
 
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <map>
+#include <set>
 #include <string>
 
 #include "corebeacon/node_io.h"
@@ -21,10 +23,17 @@ public:
         }
         const int fd = ++mLastFd;
         mUnread[fd] = node->second;
+        if (busy.contains(path)) {
+            mBusy.insert(fd);
+        }
         return fd;
     }
 
     ssize_t Read(int fd, void* buffer, std::size_t size) override {
+        if (mBusy.contains(fd)) {
+            errno = EBUSY;
+            return -1;
+        }
         std::string& unread = mUnread.at(fd);
         const std::size_t count = unread.copy(static_cast<char*>(buffer), size);
         unread.erase(0, count);
@@ -47,11 +56,14 @@ public:
     }
 
     std::map<std::string, std::string> texts;
+    /// Those of them that open but cannot be read, as the files of an offline cpufreq policy.
+    std::set<std::string> busy;
 
     std::size_t OpenDescriptors() const { return mUnread.size(); }
 
 private:
     std::map<int, std::string> mUnread;  // by open descriptor
+    std::set<int> mBusy;                 // never given out twice, so never taken out
     int mLastFd = 1000;
 };
 

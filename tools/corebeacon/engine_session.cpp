@@ -22,13 +22,13 @@ constexpr unsigned long kDumpedHandleMask = 1023;
 
 bool IsReadable(const std::string& path) {
     std::string ignored;
-    return ReadNode(path, ignored) == 0;
+    return ReadNode(path, ignored) == NodeStatus::READ;
 }
 
 /// The device's own word for its chip ends in the number, "variant-2" for instance.
 unsigned DetectChip() {
     std::string text;
-    if (ReadNode(GetcontrolInfo().chipTypePath, text) != 0) {
+    if (ReadNode(GetcontrolInfo().chipTypePath, text) != NodeStatus::READ) {
         return CHIP_TYPE_COMMON;
     }
     const std::string word = NodeText(text);
@@ -156,7 +156,8 @@ bool EngineSession::RulesAGroup(unsigned long handle) const {
 
 std::optional<std::string> EngineSession::ReadValue(const std::string& path) const {
     std::string bytes;
-    return ReadNode(path, bytes) == 0 ? std::optional(NodeText(bytes)) : std::nullopt;
+    return ReadNode(path, bytes) == NodeStatus::READ ? std::optional(NodeText(bytes))
+                                                     : std::nullopt;
 }
 
 }  // namespace corebeacon::tool
