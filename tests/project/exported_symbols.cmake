@@ -10,7 +10,8 @@ set(classes
 set(functions
     GetcontrolInfo GetPerfQosConfigMap GetConfigurableScenarioVec GetConfigurableEventVec
     PerfQosName PerfEasGroupName SetLogSink VLogPrint SetNodeIo GetNodeIo
-    PfLogonNamespace::PfLogonSet PfLogonNamespace::PfLogonGet)
+    PfLogonNamespace::PfLogonSet PfLogonNamespace::PfLogonGet
+    BindSysTrace UnbindSysTrace LostSysTraceMarkers)
 set(operations
     ConfigManager::ConfigManager ConfigManager::~ConfigManager ConfigManager::Init
     ConfigManager::PerfRequest ConfigManager::PerfRelease ConfigManager::PerfReleaseAll
