@@ -172,21 +172,22 @@ TEST_F(SysTraceTest, ANewBindingCountsAndLogsAnew) {
 
 TEST_F(SysTraceTest, MarkersComeFromManyThreadsWhileTheBindingComesAndGoes) {
     constexpr int kThreads = 4;
-    constexpr int kMarkers = 500;
-    std::atomic<int> running{kThreads};
+    constexpr int kBindings = 200;
+    std::atomic<bool> stop{false};
     std::vector<std::thread> callers;
     for (int thread = 0; thread < kThreads; ++thread) {
-        callers.emplace_back([&running, thread] {
-            for (int i = 0; i < kMarkers; ++i) {
+        callers.emplace_back([&stop, thread] {
+            while (!stop) {
                 SysTraceName(std::to_string(thread));
             }
-            --running;
         });
     }
-    while (running > 0) {
+    for (int binding = 0; binding < kBindings; ++binding) {
         EXPECT_EQ(BindSysTrace(kMarkerFile), 0);
+        std::this_thread::yield();
         UnbindSysTrace();
     }
+    stop = true;
     for (std::thread& caller : callers) {
         caller.join();
     }
