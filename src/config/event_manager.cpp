@@ -1,6 +1,8 @@
 #include "config/event_manager.h"
 
+#include <algorithm>
 #include <iomanip>
+#include <limits>
 #include <set>
 #include <string>
 #include <utility>
@@ -75,7 +77,9 @@ bool EventManager::LoadSequence(const QosCommand& command,
                                 std::multimap<PerfQosId, PerfEventItemInt>& items) const {
     std::uint32_t runningTimeMs = 0;
     for (const SequenceCommand& step : command.sequence) {
-        if (step.duration < kMinStepDurationMs || step.duration > kMaxStepDurationMs) {
+        const std::uint32_t timeLeftMs = std::numeric_limits<std::uint32_t>::max() - runningTimeMs;
+        if (step.duration < kMinStepDurationMs ||
+            step.duration > std::min(kMaxStepDurationMs, timeLeftMs)) {
             LOGE("[%s:%d] invalid duration: %u ms", step.duration);
             return false;
         }

@@ -32,7 +32,8 @@ using EventTable = std::map<PerfEventId, std::multimap<PerfQosId, PerfEventItemI
 class EventManager {
 public:
     /// The table that `events` describe. Empty, with a line at error level, when an id is too great
-    /// or occurs twice, a step is too short or too long, or an event or a step asks for nothing.
+    /// or occurs twice, a step is too short, too long or ends later than its times can tell, or an
+    /// event or a step asks for nothing.
     EventTable Init(const std::vector<ConfigurableEvent>& events) const;
 
     /// The steps of one event; empty on failure.

@@ -74,6 +74,14 @@ TEST(EventManager, StepsOf20And60000MsAreAccepted) {
     EXPECT_EQ(Spans(table.at(0)), (std::vector<std::string>{"1:0-20", "1:20-60020"}));
 }
 
+TEST(EventManager, ASequenceThatOutlastsItsTimesMakesTheWholeTableEmpty) {
+    std::vector<SequenceCommand> steps(71582, Step(60000));
+    steps.push_back(Step(47295));  // ends at the last ms that 32 bits hold
+    steps.push_back(Step(20));
+    ExpectRefused({OneQos(0, std::move(steps))},
+                  {"invalid duration: 20 ms", "LoadQosToEventItem fail!"});
+}
+
 TEST(EventManager, EventId19IsAccepted) {
     EXPECT_EQ(EventManager().Init({OneQos(19, {Step(20)})}).count(19), 1U);
 }
