@@ -1,5 +1,6 @@
 #include "sim/cpufreq_nodes.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -9,13 +10,19 @@ namespace corebeacon::sim {
 
 namespace {
 
-/// What all files of a policy have in common: reading one of an offline policy fails.
+/// What all files of a policy have in common: those of an offline policy can neither be read nor
+/// written, and nobody looks at the text.
 class PolicyNode : public Attribute {
 public:
     PolicyNode(std::shared_ptr<CpufreqPolicy> policy, Access access)
         : Attribute(access), mPolicy(std::move(policy)) {}
 
 protected:
+    int StoreText(std::string_view text) final {
+        const int error = mPolicy->WriteError();
+        return error != 0 ? error : Take(text);
+    }
+
     int ShowText(std::string& out) const final {
         const int error = mPolicy->ReadError();
         if (error == 0) {
@@ -24,6 +31,8 @@ protected:
         return error;
     }
 
+    /// 0 or a positive errno.
+    virtual int Take(std::string_view /*text*/) { return EIO; }
     virtual std::string Text() const = 0;
 
     const std::shared_ptr<CpufreqPolicy> mPolicy;
@@ -52,7 +61,7 @@ public:
     void Reset() override { mPolicy->ResetBound(mBound); }
 
 protected:
-    int StoreText(std::string_view text) override {
+    int Take(std::string_view text) override {
         std::int64_t khz = 0;
         const int error = ParseNumber(text, 0, khz);
         return error != 0 ? error : mPolicy->Ask(mBound, khz);
@@ -72,9 +81,7 @@ public:
     void Reset() override { mPolicy->SetGovernor(kSchedutil); }
 
 protected:
-    int StoreText(std::string_view text) override {
-        return mPolicy->AskGovernor(std::string(text));
-    }
+    int Take(std::string_view text) override { return mPolicy->AskGovernor(std::string(text)); }
 
     std::string Text() const override { return mPolicy->Governor(); }
 };

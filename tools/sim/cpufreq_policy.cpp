@@ -21,9 +21,6 @@ CpufreqPolicy::CpufreqPolicy(std::vector<std::int64_t> frequenciesKhz)
 
 int CpufreqPolicy::Ask(Bound bound, std::int64_t khz) {
     const std::lock_guard lock(mMutex);
-    if (!mOnline) {
-        return mStyle == KernelStyle::OLD ? EINVAL : EBUSY;
-    }
     if (khz < 0 || khz > kNoMaximum) {
         return EINVAL;
     }
@@ -42,15 +39,17 @@ int CpufreqPolicy::ReadError() const {
     return !mOnline && mStyle == KernelStyle::CURRENT ? EBUSY : 0;
 }
 
+int CpufreqPolicy::WriteError() const {
+    const std::lock_guard lock(mMutex);
+    if (mOnline) {
+        return 0;
+    }
+    return mStyle == KernelStyle::OLD ? EINVAL : EBUSY;
+}
+
 int CpufreqPolicy::AskGovernor(const std::string& governor) {
     if (std::find(kGovernorNames.begin(), kGovernorNames.end(), governor) == kGovernorNames.end()) {
         return EINVAL;
-    }
-    {
-        const std::lock_guard lock(mMutex);
-        if (!mOnline) {
-            return mStyle == KernelStyle::OLD ? EINVAL : EBUSY;
-        }
     }
     SetGovernor(governor);
     return 0;

@@ -28,12 +28,14 @@ public:
 
     const std::vector<std::int64_t>& Frequencies() const { return mTable; }
 
-    // For the nodes: 0 or a positive errno.
+    // For the nodes: 0 or a positive errno. They ask for the general errors first.
     int Ask(Bound bound, std::int64_t khz);
     std::int64_t Read(Bound bound) const;
     int AskGovernor(const std::string& governor);
     /// What a read of any of the policy's files fails with at the moment, else 0.
     int ReadError() const;
+    /// The same for a write, whatever its text.
+    int WriteError() const;
 
     // For the device.
     void SetStyle(KernelStyle style);

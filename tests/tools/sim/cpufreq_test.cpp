@@ -117,6 +117,16 @@ TEST_F(SimCpufreq, AnOfflinePolicyIsBusyAndKeepsItsLimits) {
     EXPECT_EQ(Range(), "418000~734000");
 }
 
+TEST_F(SimCpufreq, AnOfflinePolicyIsBusyWhateverIsWritten) {
+    const int pair = OpenOrFail(kMax);
+    const int governor = OpenOrFail(kPolicy + "/scaling_governor");
+    mDevice.SetPolicyOnline(kPolicy, false);
+    for (const char* text : {"abc", "", "-1", "99999999999999999999"}) {
+        EXPECT_EQ(WriteFd(pair, text), EBUSY) << text;
+    }
+    EXPECT_EQ(WriteFd(governor, "turbo"), EBUSY);
+}
+
 TEST_F(SimCpufreq, AnOldKernelCallsAWriteToAnOfflinePolicyInvalid) {
     mDevice.SetKernelStyle(KernelStyle::OLD);
     mDevice.SetPolicyOnline(kPolicy, false);
