@@ -45,6 +45,12 @@ std::string WithoutComment(const std::string& line) {
     return line.substr(0, line.find("//"));
 }
 
+// Log texts speak of writing, too.
+std::string WithoutTexts(const std::string& line) {
+    static const std::regex kText("\"([^\"\\\\]|\\\\.)*\"");
+    return std::regex_replace(line, kText, "\"\"");
+}
+
 // The folder that an include of the library's own headers leads to, "" for any other line.
 std::string IncludedFolder(const std::string& line) {
     static const std::regex kInclude("^\\s*#\\s*include\\s+\"([a-z_]+)/.*");
@@ -131,7 +137,7 @@ TEST(SourceTree, OnlyTheNodeSeamAndTheLogTouchFiles) {
     std::set<std::string> touching;
     for (const SourceFile& file : SourcesIn({"include", "src"})) {
         for (const std::string& line : file.lines) {
-            if (std::regex_search(WithoutComment(line), access)) {
+            if (std::regex_search(WithoutComment(WithoutTexts(line)), access)) {
                 touching.insert(file.path);
                 EXPECT_TRUE(allowed.contains(file.path)) << file.path << ": " << line;
             }
