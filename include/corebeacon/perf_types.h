@@ -49,7 +49,8 @@ enum PerfQosId : std::uint32_t {
     PERF_QOS_GOVERNOR_TOP_TASK_STATS_POLICY_CPU_M = 39,
     PERF_QOS_GOVERNOR_TOP_TASK_STATS_POLICY_CPU_B = 40,
     PERF_QOS_ISOLATION_MIN_CPUS_B = 43,
-    PERF_QOS_EAS_BASE = 45,  ///< base-value request of PERF_QOS_EAS; the front folds it onto that id
+    PERF_QOS_EAS_BASE =
+        45,  ///< base-value request of PERF_QOS_EAS; the front folds it onto that id
     PERF_QOS_CPU_IDLE_LP_MODE = 47,
     PERF_QOS_FREQ_REPORTING_POLICY_CPU_M = 49,
     PERF_QOS_FREQ_REPORTING_POLICY_CPU_B = 50,
@@ -68,7 +69,8 @@ enum PerfQosId : std::uint32_t {
     PERF_QOS_INVALID = 105,  ///< one past the last id; "no QoS" in error reports
 };
 
-/// What a value does to a group. The fixed underlying type lets larger values arrive and be refused.
+/// What a value does to a group. The fixed underlying type lets larger values arrive and be
+/// refused.
 enum PerfOperationType : std::uint32_t {
     PERF_OPERATION_BOOST = 0,  ///< a floor: the final value reaches at least this
     PERF_OPERATION_LIMIT = 1,  ///< a ceiling: the final value stays at or below this

@@ -27,15 +27,15 @@ inline bool IsLogEnabled(unsigned int bit) {
 // cannot be had from a function.
 #define LOGE(...) COREBEACON_LOG(::corebeacon::LOG_LEVEL_ERROR, __VA_ARGS__)
 #define LOGW(...) COREBEACON_LOG(::corebeacon::LOG_LEVEL_WARNING, __VA_ARGS__)
-#define LOGI(...)                                                          \
-    do {                                                                   \
-        if (::corebeacon::IsLogEnabled(::corebeacon::kLogSwitchInfo)) {    \
-            COREBEACON_LOG(::corebeacon::LOG_LEVEL_INFO, __VA_ARGS__);     \
-        }                                                                  \
+#define LOGI(...)                                                       \
+    do {                                                                \
+        if (::corebeacon::IsLogEnabled(::corebeacon::kLogSwitchInfo)) { \
+            COREBEACON_LOG(::corebeacon::LOG_LEVEL_INFO, __VA_ARGS__);  \
+        }                                                               \
     } while (false)
-#define LOGD(...)                                                          \
-    do {                                                                   \
-        if (::corebeacon::IsLogEnabled(::corebeacon::kLogSwitchDebug)) {   \
-            COREBEACON_LOG(::corebeacon::LOG_LEVEL_DEBUG, __VA_ARGS__);    \
-        }                                                                  \
+#define LOGD(...)                                                        \
+    do {                                                                 \
+        if (::corebeacon::IsLogEnabled(::corebeacon::kLogSwitchDebug)) { \
+            COREBEACON_LOG(::corebeacon::LOG_LEVEL_DEBUG, __VA_ARGS__);  \
+        }                                                                \
     } while (false)

@@ -43,7 +43,8 @@ public:
         lock.release();
     }
 
-    /// The deadline is on the steady clock: setting the wall clock neither shortens nor stretches it.
+    /// The deadline is on the steady clock: setting the wall clock neither shortens nor stretches
+    /// it.
     void WaitUntil(Mutex& mutex, TimePoint deadline) REQUIRES(mutex) {
         std::unique_lock<std::mutex> lock(mutex.mMutex, std::adopt_lock);
         mCond.wait_until(lock, deadline);

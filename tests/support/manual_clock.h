@@ -22,9 +22,7 @@ public:
         return mNow;
     }
 
-    WallTimePoint WallNow() const override {
-        return WallTimePoint(SteadyNow().time_since_epoch());
-    }
+    WallTimePoint WallNow() const override { return WallTimePoint(SteadyNow().time_since_epoch()); }
 
     void WaitUntil(CondVar& cond, Mutex& mutex, TimePoint deadline) override REQUIRES(mutex) {
         {

@@ -35,7 +35,7 @@ private:
     const NodeNames& mNames;
     const NodeNameWidths mWidths;
     const TimePoint mBegin;
-    TimePoint mLast;  // of the line printed last: time never goes back
+    TimePoint mLast;             // of the line printed last: time never goes back
     bool mIsInParagraph = true;  // nothing to set a note apart from
 };
 
