@@ -224,6 +224,15 @@ TEST_F(DumpTest, SixteenThreadsEachGetTheirOwnWholeTexts) {
         thread.join();
     }
     EXPECT_EQ(wrong, 0);
+    // They took turns: each went through all resources before the next one began.
+    std::size_t finished = 0;
+    for (const std::string& trace : FrontTraces()) {
+        if (trace.ends_with(" log finish")) {
+            const std::string id = std::to_string(finished++ % 4);
+            EXPECT_TRUE(trace.ends_with("res " + id + " log finish")) << trace;
+        }
+    }
+    EXPECT_EQ(finished, 16U * 4 * 4);
 }
 
 TEST_F(DumpTest, ADumpThatIsUnderWayAtTheDestructionReturnsWithWhatItHas) {
