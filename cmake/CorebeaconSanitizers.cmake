@@ -5,13 +5,19 @@ if(COREBEACON_SANITIZE)
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${COREBEACON_SANITIZE})
   # Some tests count or refuse allocations with operators of their own. g++'s run time lets them;
-  # clang's, when it is linked in, defines the operators a second time.
-  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND COREBEACON_SANITIZE MATCHES "thread")
-    add_link_options(-fno-sanitize-link-c++-runtime)
-  elseif(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  # clang's, as it is linked by default, defines the operators a second time. What works differs:
+  # shared, the one for threads crashes at start; for addresses, its C++ part is indispensable.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-runtime-dir
-                    OUTPUT_VARIABLE sanitizer_dir OUTPUT_STRIP_TRAILING_WHITESPACE)
-    add_link_options(-shared-libsan)
-    list(APPEND CMAKE_BUILD_RPATH ${sanitizer_dir})
+                    OUTPUT_VARIABLE runtime_dir OUTPUT_STRIP_TRAILING_WHITESPACE)
+    if(COREBEACON_SANITIZE MATCHES "thread")
+      set(runtime ${runtime_dir}/libclang_rt.tsan-${CMAKE_SYSTEM_PROCESSOR}.a)
+      add_link_options(-fno-sanitize-link-runtime)
+      string(APPEND CMAKE_EXE_LINKER_FLAGS
+        " -Wl,--whole-archive ${runtime} -Wl,--no-whole-archive -Wl,--dynamic-list=${runtime}.syms")
+    else()
+      add_link_options(-shared-libsan)
+      list(APPEND CMAKE_BUILD_RPATH ${runtime_dir})
+    endif()
   endif()
 endif()
