@@ -1,5 +1,5 @@
-/// An engine with the built-in table on a device that has seen every resource at work once, so that
-/// what is measured afterwards is no first use. Owned by a test.
+/// An engine with the built-in table on a device that has seen every resource at each of its levels
+/// once, so that what is measured afterwards is no first use. Owned by a test.
 #pragma once
 
 #include <map>
@@ -40,8 +40,10 @@ private:
     void TouchEveryResource() {
         unsigned long handle = 0;
         const RandomRequests requests(*mFront, mConfig.qosConfigMap, 0);
-        ASSERT_EQ(mFront->PerfRequest(1, 0, requests.OneOfEach(), handle), 0);
-        ASSERT_EQ(mFront->PerfRelease(1, handle), 0);
+        for (const PerfRequestInfo& request : requests.EveryLevel()) {
+            ASSERT_EQ(mFront->PerfRequest(1, 0, {request}, handle), 0);
+            ASSERT_EQ(mFront->PerfRelease(1, handle), 0);
+        }
         Settle(*mFront);
     }
 };

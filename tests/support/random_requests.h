@@ -27,16 +27,26 @@ public:
         }
     }
 
-    /// For each QoS the request that differs most from its base.
-    std::vector<PerfRequestInfo> OneOfEach() const {
-        std::vector<PerfRequestInfo> request;
+    /// Requests that, one after the other, bring each QoS to each of its levels, or to both ends
+    /// of its range.
+    std::vector<PerfRequestInfo> EveryLevel() const {
+        std::vector<PerfRequestInfo> requests;
+        const auto add = [&requests](const Target& target, int value) {
+            // What lies below the base is reached by a ceiling only.
+            for (const auto operation : {PERF_OPERATION_BOOST, PERF_OPERATION_LIMIT}) {
+                requests.push_back({target.qosId, {{0, {{operation, value}}}}});
+            }
+        };
         for (const Target& target : mTargets) {
-            const int value = target.group->baseMin == target.group->availableMax
-                                  ? target.group->availableMin
-                                  : target.group->availableMax;
-            request.push_back({target.qosId, {{0, {{PERF_OPERATION_BOOST, value}}}}});
+            if (target.group->level2ValueMap.empty()) {
+                add(target, target.group->availableMin);
+                add(target, target.group->availableMax);
+            }
+            for (const auto& [level, texts] : target.group->level2ValueMap) {
+                add(target, level);
+            }
         }
-        return request;
+        return requests;
     }
 
     /// A number of [low, high].
