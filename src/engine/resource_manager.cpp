@@ -5,6 +5,7 @@
 
 #include "platform/logging.h"
 #include "resources/ddr_resource.h"
+#include "resources/eas_resource.h"
 #include "resources/frequency_resource.h"
 #include "resources/ioctl_level_map_resource.h"
 #include "resources/ipa_sustainable_power_resource.h"
@@ -44,7 +45,7 @@ constexpr SpecialKind kSpecialKinds[] = {
     {PERF_QOS_IPA_POWER, &Make<IpaSustainablePowerResource>},
     {PERF_QOS_IPA_SWITCH_TEMP, &Make<IpaSwitchTempResource>},
     {PERF_QOS_CPU_BOOST, &Make<SingleNodeValueResource>},
-    {PERF_QOS_EAS, nullptr},
+    {PERF_QOS_EAS, &Make<EasResource>},
     {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_L, &Make<MemLatTargetRatioResource>},
     {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_M, &Make<MemLatTargetRatioResource>},
     {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_B, &Make<MemLatTargetRatioResource>},
