@@ -1,6 +1,8 @@
 // Many callers at once, doing everything that may be done at once.
 #include <gtest/gtest.h>
 
+#include <sstream>
+#include <string>
 #include <thread>
 
 #include "command/command_manager.h"
@@ -50,7 +52,12 @@ private:
             mFront.Reset();
             mHandles.clear();
         } else {
-            Settle(mFront);
+            static const std::vector<std::string> kDumps = {"--task", "--base_info", "--workMode",
+                                                            "--limit_history"};
+            std::ostringstream out;
+            EXPECT_EQ(mFront.Dump(out, {kDumps[static_cast<std::size_t>(choice) % kDumps.size()]}),
+                      0);
+            EXPECT_NE(out.str(), "");
         }
     }
 
