@@ -33,6 +33,7 @@ int ConfigManager::Dump(std::ostringstream& out, const std::vector<std::string>&
 }
 
 bool ConfigManager::DumpInfo(std::ostringstream& out, const std::string& type) {
+    const DumpPass pass(mState->dumpGate);
     if (type == "--event") {
         mState->eventManager.Dump(out);
     } else if (type == "--scenario") {
@@ -85,6 +86,7 @@ void ConfigManager::BuildGetLogCmd(std::vector<PerfQosId>& ids, CommandWrapper& 
 }
 
 void ConfigManager::DumpFreqLimitHistory(std::ostringstream& out) {
+    const DumpPass pass(mState->dumpGate);
     for (const PerfQosId id : kLimitHistoryQos) {
         const std::shared_ptr<PerfResource> resource = mState->resourceManager.GetResourcePtr(id);
         if (resource != nullptr) {
