@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -9,6 +7,7 @@
 
 #include "config/narrowed_table.h"
 #include "config/scenario_manager.h"
+#include "support/golden.h"
 
 namespace corebeacon {
 namespace {
@@ -347,18 +346,8 @@ TEST(BuiltinQosTable, SeveralThreadsMayAskForItAtOnce) {
     EXPECT_EQ(sizes, std::vector<std::size_t>(8, 49U));
 }
 
-// Run with COREBEACON_UPDATE_GOLDEN set to write the file anew after a deliberate change.
 TEST(BuiltinQosTable, IsTheOneThatWasReviewed) {
-    const std::string path = COREBEACON_GOLDEN_DIR "/qos_table.txt";
-    const std::string actual = DescribeTable();
-    if (std::getenv("COREBEACON_UPDATE_GOLDEN") != nullptr) {
-        std::ofstream(path) << actual;
-    }
-    std::ifstream file(path);
-    ASSERT_TRUE(file.is_open()) << path;
-    std::ostringstream golden;
-    golden << file.rdbuf();
-    EXPECT_EQ(actual, golden.str());
+    test::ExpectGolden(COREBEACON_GOLDEN_DIR "/qos_table.txt", DescribeTable());
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ public:
             if (mNow >= deadline) {
                 return;
             }
-            mWaiters.push_back({&cond, &mutex});
+            mWaiters.push_back({&cond, &mutex, deadline});
         }
         cond.Wait(mutex);
         std::lock_guard<std::mutex> lock(mMutex);
@@ -57,6 +57,19 @@ public:
         }
     }
 
+    /// Whether a wait is still to end whose deadline has come. Once there is none, whoever waited
+    /// holds its mutex or has seen the new time under it, so what is queued for it from now on
+    /// comes after its time-out.
+    bool HasDueWaiters() const {
+        std::lock_guard<std::mutex> lock(mMutex);
+        for (const Waiter& waiter : mWaiters) {
+            if (waiter.deadline <= mNow) {
+                return true;
+            }
+        }
+        return false;
+    }
+
     std::size_t WaiterCount() const {
         std::lock_guard<std::mutex> lock(mMutex);
         return mWaiters.size();
@@ -66,6 +79,7 @@ private:
     struct Waiter {
         CondVar* cond;
         Mutex* mutex;
+        TimePoint deadline;
     };
     mutable std::mutex mMutex;
     TimePoint mNow;                // guarded by mMutex
