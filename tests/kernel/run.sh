@@ -29,5 +29,5 @@ fi
 
 "$here/lab/device_tree.sh" "$dir"
 "$here/lab/initramfs.sh" "$dir" "$here"/guest/* "$program"
-"$here/lab/boot.sh" "$dir" 180 | tee "$dir/console.log"
+"$here/lab/boot.sh" "$dir" 240 | tee "$dir/console.log"
 grep -q '^GUEST RESULT 0$' "$dir/console.log"

@@ -1,0 +1,47 @@
+# Sourced by checks.sh: plays values.qos and reads back, state by state, what came of it.
+
+# The five pairs of frequency limits; the budget of the board's thermal zone and whether that zone
+# and the SoC's are regulated; the wake-up latency that all its users together admit.
+read_all() {
+    read_pairs "${policy}0/scaling_" "${policy}1/scaling_" "${policy}2/scaling_" \
+        "$devfreq/gpufreq/" "$devfreq/l3c_devfreq/"
+    for node in "${thermal}1/sustainable_power" "${thermal}1/mode" "${thermal}0/mode"; do
+        read -r value <"$node" || value=none
+        values="$values $value"
+    done
+    values="$values $(od -An -tx4 -N4 /dev/cpu_dma_latency | tr -d ' ')"
+}
+
+# expect STATE FREQUENCIES OTHERS
+expect() {
+    await "$1" read_all reads "$2 $3"
+}
+
+base="418000-1530000 418000-2150000 1239000-2487000 279000000-750000000 335000000-1380000000"
+burst="1052000-1530000 1407000-2150000 2130000-2487000 603000000-750000000 1152000000-1380000000"
+unasked="9000 enabled enabled 77359400"
+
+expect "before" "$base" "$unasked"
+play /values.qos
+expect "a boost in force" "$burst" "9000 disabled enabled 00000032"
+expect "under a competing ceiling" \
+    "734000-734000 1407000-1902000 1774000-1774000 495000000-495000000 1152000000-1280000000" \
+    "4000 enabled enabled 00000064"
+# The budget does not count while the board's zone is off, and is left as it was.
+expect "the ceiling expired" "$burst" "4000 disabled enabled 00000032"
+expect "the boost expired" "$base" "$unasked"
+expect "a standing floor" \
+    "576000-1530000 912000-2150000 1595000-2487000 387000000-750000000 576000000-1380000000" \
+    "9000 disabled disabled 00000001"
+expect "a standing ceiling above it" \
+    "576000-1370000 912000-1655000 1595000-2309000 387000000-675000000 576000000-1019000000" \
+    "9000 disabled disabled 00000001"
+expect "the floor released" \
+    "418000-1370000 418000-1655000 1239000-2309000 279000000-675000000 335000000-1019000000" \
+    "$unasked"
+expect "the ceiling released" "$base" "$unasked"
+end_play
+# A stock kernel's governor lacks the tunables of ours; the user is told so.
+grep -q "GOVERNOR_LOAD_CPU_L .*there is no ${policy}0/schedutil/go_hispeed_load" /tmp/out ||
+    fail "the missing governor tunable was not reported"
+expect "after the program" "$base" "$unasked"
