@@ -17,17 +17,18 @@
 namespace corebeacon::test {
 
 /// Waits until every command queued so far has been carried out: a dump is answered in its turn.
+/// Base information is the dump whose cost does not grow with the requests in force.
 inline void Settle(const ConfigManager& front) {
     std::vector<PerfQosId> ids;
     front.Resources().GetResourceIds(ids);
     for (const PerfQosId id : ids) {
         auto item = std::make_shared<PerfCommandItem>();
         item->qosId = id;
-        front.Resources().GetResourcePtr(id)->SendCommandToFifoQ({PERF_COMMAND_GET_LOG, item});
+        front.Resources().GetResourcePtr(id)->SendCommandToFifoQ({PERF_COMMAND_GET_BASE_INFO, item});
     }
     for (const PerfQosId id : ids) {
         std::ostringstream ignored;
-        EXPECT_TRUE(front.Resources().GetResourcePtr(id)->WaitLogFinish(false, ignored));
+        EXPECT_TRUE(front.Resources().GetResourcePtr(id)->WaitLogFinish(true, ignored));
     }
 }
 
