@@ -24,7 +24,8 @@ inline void Settle(const ConfigManager& front) {
     for (const PerfQosId id : ids) {
         auto item = std::make_shared<PerfCommandItem>();
         item->qosId = id;
-        front.Resources().GetResourcePtr(id)->SendCommandToFifoQ({PERF_COMMAND_GET_BASE_INFO, item});
+        front.Resources().GetResourcePtr(id)->SendCommandToFifoQ(
+            {PERF_COMMAND_GET_BASE_INFO, item});
     }
     for (const PerfQosId id : ids) {
         std::ostringstream ignored;
