@@ -16,7 +16,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr std::int64_t kMaxTimeMs = 3600 * 1000;
+constexpr std::int64_t kMaxTimeMs = 3'600'000;
 constexpr std::int64_t kMinInt = std::numeric_limits<std::int32_t>::min();
 constexpr std::int64_t kMaxInt = std::numeric_limits<std::int32_t>::max();
 
