@@ -1,4 +1,5 @@
 // The program `corebeacon`: its command line.
+#include <cstdio>
 #include <iostream>
 #include <string>
 
@@ -34,9 +35,7 @@ void AddChip(CLI::App& command, Number& chip, const std::string& unlessGiven) {
         ->type_name("N");
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
     CLI::App app("Plays requests on the performance QoS engine and shows what it writes.",
                  "corebeacon");
     app.set_version_flag("--version", "corebeacon " COREBEACON_VERSION);
@@ -85,4 +84,16 @@ int main(int argc, char** argv) {
         return kExitFailed;
     }
     return result;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
+    } catch (...) {
+        // Memory ran out, or the words of the command line are set up wrongly.
+        std::fputs("corebeacon: given up, for want of memory most likely\n", stderr);
+        return kExitFailed;
+    }
 }
