@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/logging.h"
+#include "platform/plain_format.h"
 
 namespace corebeacon {
 
@@ -110,6 +111,7 @@ std::string CommandWrapper::GetCmdTypeString() const {
 }
 
 void CommandWrapper::Dump(std::ostringstream& out) const {
+    const PlainFormat format(out);
     out << GetCmdTypeString() << " duration " << mDuration << "\n";
     for (const auto& item : mItems) {
         if (item != nullptr) {

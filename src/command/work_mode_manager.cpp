@@ -4,6 +4,7 @@
 
 #include "command/handle.h"
 #include "platform/logging.h"
+#include "platform/plain_format.h"
 
 namespace corebeacon {
 
@@ -63,6 +64,7 @@ PerfWorkMode WorkModeManager::GetCurrWorkMode() const {
 }
 
 void WorkModeManager::Dump(std::ostringstream& out) const {
+    const PlainFormat format(out);
     MutexLock lock(mMutex);
     out << "\ncurrent mode = " << mCurrMode << ", modeNum(" << mModeSet.size()
         << ") <value, handle>:\n";

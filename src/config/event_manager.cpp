@@ -9,6 +9,7 @@
 
 #include "config/group_info_loader.h"
 #include "platform/logging.h"
+#include "platform/plain_format.h"
 
 namespace corebeacon {
 
@@ -20,19 +21,16 @@ constexpr const char* LOG_TAG = "PF_EVENT_MGR";
 constexpr int kQosWidth = 3;
 constexpr int kTimeWidth = 6;
 
-// Goes through a stream of its own, so that the caller's stream keeps its formatting.
-std::string ItemLine(PerfQosId qosId, const PerfEventItemInt& item) {
-    std::ostringstream line;
-    line << "  qos: " << std::setw(kQosWidth) << qosId                  //
-         << "  startTime: " << std::setw(kTimeWidth) << item.startTime  //
-         << "  endTime: " << std::setw(kTimeWidth) << item.endTime;
+void DumpItem(std::ostringstream& out, PerfQosId qosId, const PerfEventItemInt& item) {
+    out << "  qos: " << std::setw(kQosWidth) << qosId                  //
+        << "  startTime: " << std::setw(kTimeWidth) << item.startTime  //
+        << "  endTime: " << std::setw(kTimeWidth) << item.endTime;
     for (const auto& [groupId, values] : item.groups) {
         for (const auto& [operation, value] : values) {
-            line << "  group: " << groupId << " boost/limit: " << operation << " value: " << value;
+            out << "  group: " << groupId << " boost/limit: " << operation << " value: " << value;
         }
     }
-    line << "\n";
-    return line.str();
+    out << "\n";
 }
 
 }  // namespace
@@ -124,10 +122,11 @@ std::multimap<PerfQosId, PerfEventItemInt> EventManager::EventIdToQosInfo(
 }
 
 void EventManager::Dump(std::ostringstream& out) const {
+    const PlainFormat format(out);
     for (const auto& [eventId, items] : mTable) {
         out << "event(" << eventId << "): " << items.size() << " steps\n";
         for (const auto& [qosId, item] : items) {
-            out << ItemLine(qosId, item);
+            DumpItem(out, qosId, item);
         }
     }
 }

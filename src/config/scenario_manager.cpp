@@ -4,6 +4,7 @@
 
 #include "config/group_info_loader.h"
 #include "platform/logging.h"
+#include "platform/plain_format.h"
 
 namespace corebeacon {
 
@@ -70,6 +71,7 @@ std::map<PerfQosId, GroupValueMap> ScenarioManager::ScenarioIdToQosInfo(
 }
 
 void ScenarioManager::Dump(std::ostringstream& out) const {
+    const PlainFormat format(out);
     for (const auto& [scenarioId, qosInfo] : mTable) {
         out << "scenarioId[" << scenarioId << "] qosNum: " << qosInfo.size() << "\n";
         for (const auto& [qosId, groups] : qosInfo) {

@@ -1,4 +1,5 @@
 #include "engine/perf_group.h"
+#include "platform/plain_format.h"
 
 namespace corebeacon {
 
@@ -33,6 +34,7 @@ void PerfGroup::Dump(std::ostringstream& out) const {
 }
 
 void PerfGroup::DumpPart1(std::ostringstream& out) const {
+    const PlainFormat format(out);
     out << mName << ": ";
     DumpHead(out, "boostBase", mBoostBaseQue);
     DumpHead(out, "limitBase", mLimitBaseQue);
@@ -43,6 +45,7 @@ void PerfGroup::DumpPart1(std::ostringstream& out) const {
 }
 
 void PerfGroup::DumpPart2(std::ostringstream& out) const {
+    const PlainFormat format(out);
     DumpQueued(out, "boostBaseList", mBoostBaseQue);
     DumpQueued(out, "limitBaseList", mLimitBaseQue);
     DumpQueued(out, "boostList", mBoostQue);

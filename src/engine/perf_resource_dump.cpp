@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <iomanip>
-#include <locale>
 
 #include "engine/perf_resource.h"
 #include "platform/logging.h"
+#include "platform/plain_format.h"
 
 namespace corebeacon {
 
@@ -92,8 +92,6 @@ void PerfResource::DumpBase(ResourceDumpInfo& info) {
 
 void PerfResource::GetLog() {
     std::ostringstream text;
-    // A host may have set a locale that writes numbers its own way; this text is read by tools.
-    text.imbue(std::locale::classic());
     Dump(text);
     MutexLock lock(mLogMutex);
     mLogText = text.str();
@@ -131,6 +129,7 @@ bool PerfResource::HandlePrintInfoLocked(bool isBaseInfo, std::uint64_t wanted,
         return false;
     }
     ++progress.delivered;
+    const PlainFormat format(out);
     // Callers who asked at the same time share the newest dump; the last of them takes it away.
     const bool isLast = progress.delivered == progress.collected;
     if (isBaseInfo) {

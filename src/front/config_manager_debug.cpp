@@ -5,6 +5,7 @@
 #include "corebeacon/config_manager.h"
 #include "front/config_manager_state.h"
 #include "platform/logging.h"
+#include "platform/plain_format.h"
 
 namespace corebeacon {
 
@@ -45,6 +46,7 @@ bool ConfigManager::DebugSet(std::ostringstream& out, const std::string& option)
     if (entry == DebugTable().end()) {
         return false;
     }
+    const PlainFormat format(out);
     const auto& [enable, scenarioId] = entry->second;
     if (scenarioId >= mState->debugHandles.size()) {
         LOGE("[%s:%d] invalid scenario id %u, vec size = %zu", scenarioId,

@@ -4,6 +4,7 @@
 #include "front/config_manager_state.h"
 #include "platform/clock.h"
 #include "platform/logging.h"
+#include "platform/plain_format.h"
 
 namespace corebeacon {
 
@@ -25,6 +26,7 @@ int ConfigManager::Dump(std::ostringstream& out, const std::vector<std::string>&
     const std::string& type = args.front();
     if (!DumpInfo(out, type)) {
         LOGE("[%s:%d] invalid type %s", type.c_str());
+        const PlainFormat format(out);
         out << "invalid type " << type << "\n";
         return -1;
     }
@@ -96,6 +98,7 @@ void ConfigManager::DumpFreqLimitHistory(std::ostringstream& out) {
 }
 
 void ConfigManager::DumpCoreVersion(std::ostringstream& out) {
+    const PlainFormat format(out);
     out << "core version: " << COREBEACON_VERSION << std::flush;
 }
 

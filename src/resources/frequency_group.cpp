@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/logging.h"
+#include "platform/plain_format.h"
 #include "platform/sys_wrapper.h"
 
 namespace corebeacon {
@@ -139,6 +140,7 @@ void FrequencyGroup::DumpBaseValueAfterMapping(std::vector<SpecifiedGroupDumpInf
 }
 
 int FrequencyGroup::DumpLimitHistoryLog(std::ostringstream& out) {
+    const PlainFormat format(out);
     MutexLock lock(mHistoryMutex);
     out << "*****" << mName << ": ";
     if (mLimitHistory.empty()) {

@@ -4,6 +4,7 @@
 
 #include <chrono>
 
+#include "support/grouped_digits.h"
 #include "support/log_capture.h"
 
 namespace corebeacon {
@@ -191,6 +192,16 @@ TEST(CommandWrapper, DumpsGroupsAndOperationsInAscendingOrder) {
     cmd.InsertRequestCommand(static_cast<PerfQosId>(4294967295U), {});
     EXPECT_EQ(DumpOf(cmd),
               "ShortStart duration 500\n{2: [0 (0:10)(1:20)][4 (0:-1)]}\n{4294967295: }\n");
+}
+
+TEST(CommandWrapper, ADumpNeitherFollowsNorUndoesTheFormatOfTheStream) {
+    CommandWrapper cmd(PERF_COMMAND_SHORT_START, kStart, kEnd, 60000);
+    cmd.InsertRequestCommand(PERF_QOS_CPU_B, {{4, {{PERF_OPERATION_BOOST, 1211000}}}});
+    std::ostringstream out;
+    test::AskForOddFormat(out);
+    cmd.Dump(out);
+    EXPECT_EQ(out.str(), "ShortStart duration 60000\n{2: [4 (0:1211000)]}\n");
+    EXPECT_TRUE(test::HasOddFormat(out));
 }
 
 TEST(CommandWrapper, ABaseSetDumpsAsAnInvalidType) {

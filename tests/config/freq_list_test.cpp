@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <locale>
-
+#include "support/grouped_digits.h"
 #include "support/scoped_node_io.h"
 #include "support/text_nodes.h"
 
@@ -83,18 +82,9 @@ TEST_F(FreqListTest, AnOverlongNodeIsEmpty) {
     EXPECT_EQ(mNodes.OpenDescriptors(), 0U);
 }
 
-class GroupedDigits : public std::numpunct<char> {
-protected:
-    char do_thousands_sep() const override { return ','; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
 TEST_F(FreqListTest, TheHostsLocaleDoesNotMatter) {
-    const std::locale former =
-        std::locale::global(std::locale(std::locale::classic(), new GroupedDigits));
-    const FreqListStatus status = Read("1,530 418");
-    std::locale::global(former);
-    EXPECT_EQ(status, FreqListStatus::READ);
+    const test::GlobalGroupedDigits grouped;
+    EXPECT_EQ(Read("1.530 418"), FreqListStatus::READ);
     EXPECT_EQ(mFreqs, std::vector<std::int64_t>{1});
 }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/recording_group.h"
+#include "support/grouped_digits.h"
 
 namespace corebeacon::test {
 namespace {
@@ -33,6 +34,15 @@ TEST(PerfGroupDump, ShowsAllHeadsAndQueuesWithMaskedHandles) {
               "limit(1500, 1023)effective: 600~1900\n"
               "boostBaseList(2) 350:2 300:* limitBaseList(2) 1950:2 2000:* boostList(1) 600:4 "
               "limitList(1) 1600:4 final: 600~1900\n");
+}
+
+TEST(PerfGroupDump, NeitherFollowsNorUndoesTheFormatOfTheStream) {
+    const RecordingGroup group(MakeGroupConfig(), PERF_WORK_MODE_0);
+    std::ostringstream out;
+    AskForOddFormat(out);
+    group.Dump(out);
+    EXPECT_EQ(out.str(), group.DumpText());
+    EXPECT_TRUE(HasOddFormat(out));
 }
 
 TEST(PerfGroupDump, BaseInformationHoldsValuesBeforeAndAfterMapping) {

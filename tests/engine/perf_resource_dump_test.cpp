@@ -1,8 +1,8 @@
 #include <atomic>
-#include <locale>
 #include <thread>
 
 #include "engine/perf_resource_fixture.h"
+#include "support/grouped_digits.h"
 
 namespace corebeacon::test {
 
@@ -49,28 +49,12 @@ TEST_F(PerfResourceDump, TheLogIsEveryGroupAndThenTheLimitHistory) {
     EXPECT_NE(GroupTexts().find("g1: boostBase(600, 5)"), std::string::npos);
 }
 
-/// Numbers as many countries write them, in force for the whole process while this lives.
-class GroupedDigits {
-public:
-    GroupedDigits() : mFormer(std::locale::global(std::locale(std::locale(), new Facet))) {}
-    ~GroupedDigits() { std::locale::global(mFormer); }
-    GroupedDigits(const GroupedDigits&) = delete;
-    GroupedDigits& operator=(const GroupedDigits&) = delete;
-
-private:
-    struct Facet : std::numpunct<char> {
-        char do_thousands_sep() const override { return ','; }
-        std::string do_grouping() const override { return "\3"; }
-    };
-    const std::locale mFormer;
-};
-
 TEST_F(PerfResourceDump, TheLogShowsNumbersInOneWayWhateverLocaleTheHostHasSet) {
     Step(PERF_COMMAND_LONG_START, Item(5, Boost(1, 4000)));
     const std::string expected = GroupTexts() + kHistory;
     ASSERT_NE(expected.find("g1: boostBase(4000, 5)limitBase(1000, *)"), std::string::npos);
     std::ostringstream out;
-    const GroupedDigits grouped;
+    const GlobalGroupedDigits grouped;
     Ask(kLog);
     Answer();
     ASSERT_TRUE(mResource->WaitLogFinish(kLog, out));

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include "front/front_fixture.h"
+#include "support/grouped_digits.h"
 
 namespace corebeacon::test {
 namespace {
@@ -75,6 +76,22 @@ TEST_F(DebugTest, DisablingWhatWasNeverEnabledReleasesNothing) {
     const std::string pid = std::to_string(::getpid());
     EXPECT_EQ(mLog.Texts(), (Names{"invalid pid: " + pid, "ComposeReleaseCommand failed",
                                    "BuildReleaseCommand failed for pid " + pid}));
+}
+
+TEST_F(DebugTest, AnAnswerNeitherFollowsNorUndoesTheFormatOfTheCallersStream) {
+    const std::pair<std::string, std::string> answers[] = {
+        {"--onfire_mode_enable", "set scenario 3 fail, ret = -1\n"},
+        {"--onfire_mode_disable", "release scenario 3, fail, handle invalid.\n"},
+        {"--game_mode_enable", ""},
+        {"--game_mode_enable", "debug cmd is in effect, delete it first\n"},
+    };
+    for (const auto& [option, answer] : answers) {
+        std::ostringstream out;
+        AskForOddFormat(out);
+        EXPECT_TRUE(mFront->DebugSet(out, option));
+        EXPECT_EQ(out.str(), answer);
+        EXPECT_TRUE(HasOddFormat(out)) << option;
+    }
 }
 
 TEST_F(DebugTest, ScenariosOfSeveralOptionsStandSideBySide) {

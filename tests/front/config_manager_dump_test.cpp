@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "front/front_fixture.h"
+#include "support/grouped_digits.h"
 
 namespace corebeacon::test {
 namespace {
@@ -97,6 +98,33 @@ TEST_F(DumpTest, EachTypeHasItsText) {
     EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR), Names{});
 }
 
+TEST_F(DumpTest, TheHostsLocaleDoesNotMatter) {
+    const GlobalGroupedDigits grouped;
+    for (const auto& [type, text] : kTexts) {
+        EXPECT_EQ(Dump(type), text) << type;
+    }
+}
+
+TEST_F(DumpTest, ATextNeitherFollowsNorUndoesTheFormatOfTheCallersStream) {
+    for (const auto& [type, text] : kTexts) {
+        std::ostringstream out;
+        AskForOddFormat(out);
+        EXPECT_EQ(mFront->Dump(out, {type}), 0);
+        EXPECT_EQ(out.str(), text) << type;
+        EXPECT_TRUE(HasOddFormat(out)) << type;
+    }
+    std::ostringstream out;
+    AskForOddFormat(out);
+    EXPECT_EQ(mFront->Dump(out, {"x"}), -1);
+    EXPECT_EQ(out.str(), "invalid type x\n");
+    EXPECT_TRUE(HasOddFormat(out));
+    AskForOddFormat(out);
+    out.str("");
+    mFront->DumpCoreVersion(out);
+    EXPECT_EQ(out.str(), "core version: 5.1.0");
+    EXPECT_TRUE(HasOddFormat(out));
+}
+
 TEST_F(DumpTest, OnlyTheFirstArgumentCounts) {
     std::ostringstream out;
     EXPECT_EQ(mFront->Dump(out, {"--workMode", "--event"}), 0);
@@ -175,8 +203,12 @@ TEST_F(DumpTest, TheLimitHistoryNamesWhatWasInForce) {
         mFront->PerfRequest(kPid, 0, {Ask(PERF_QOS_GPU, PERF_OPERATION_LIMIT, 495000000)}, mHandle),
         0);
     Settle(*mFront);
-    const std::string text = Dump("--limit_history");
+    std::ostringstream out;
+    AskForOddFormat(out);
+    EXPECT_TRUE(mFront->DumpInfo(out, "--limit_history"));
+    const std::string text = out.str();
     EXPECT_NE(text.find("*****GPU: \nfreq=495000000 "), std::string::npos) << text;
+    EXPECT_TRUE(HasOddFormat(out));
     EXPECT_NE(text.find("*****CPU_L: limit history cmd log is empty\n\n"), std::string::npos);
 }
 
