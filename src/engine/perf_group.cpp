@@ -1,6 +1,7 @@
 #include "engine/perf_group.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "platform/logging.h"
 
@@ -271,17 +272,21 @@ int PerfGroup::SetSuspend(bool suspend) {
 }
 
 TimePoint PerfGroup::GetNextWakeUpTimePoint() const {
-    TimePoint earliest = TimePoint::max();
+    // No time point can stand for "none" here: even the greatest is one at which something may end.
+    std::optional<TimePoint> earliest;
+    const auto consider = [&earliest](const TimePoint& time) {
+        earliest = std::min(earliest.value_or(time), time);
+    };
     if (mBoostQue.HasHead()) {
-        earliest = std::min(earliest, mBoostQue.Head().endTime);
+        consider(mBoostQue.Head().endTime);
     }
     if (mLimitQue.HasHead()) {
-        earliest = std::min(earliest, mLimitQue.Head().endTime);
+        consider(mLimitQue.Head().endTime);
     }
     if (mWaitingQue.HasHead()) {
-        earliest = std::min(earliest, mWaitingQue.Head().startTime);
+        consider(mWaitingQue.Head().startTime);
     }
-    return earliest == TimePoint::max() ? TimePoint{} : earliest;
+    return earliest.value_or(TimePoint{});
 }
 
 }  // namespace corebeacon

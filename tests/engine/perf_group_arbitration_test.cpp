@@ -278,6 +278,13 @@ TEST_F(PerfGroupArbitration, AQueuedItemDoesNotWakeTheWorkerUp) {
     EXPECT_EQ(mGroup.GetNextWakeUpTimePoint(), At(30));
 }
 
+TEST_F(PerfGroupArbitration, TheGreatestTimePointIsAnEndLikeAnyOther) {
+    mGroup.ShortTermStart({1, At(0), TimePoint::max(), Boost(1000)});
+    EXPECT_EQ(mGroup.GetNextWakeUpTimePoint(), TimePoint::max());
+    mGroup.ShortTermTimeOut(TimePoint::max());
+    EXPECT_EQ(mGroup.GetNextWakeUpTimePoint(), TimePoint{});
+}
+
 TEST_F(PerfGroupArbitration, LongItemsNeverWakeTheWorkerUp) {
     mGroup.LongTermStart(Timed(1, 0, 30, Both(500, 1000)));
     EXPECT_EQ(mGroup.GetNextWakeUpTimePoint(), TimePoint{});
