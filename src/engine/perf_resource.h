@@ -87,6 +87,8 @@ public:
     /// Stops and joins the worker and closes the dump hand-over; commands still queued are dropped.
     /// Idempotent; for the owner's thread, never the worker's.
     void StopThread() EXCLUDES(mFifoMutex, mLogMutex);
+    /// Tells the worker to end, without waiting for it; StopThread() must follow. Any thread.
+    void RequestStop() EXCLUDES(mFifoMutex);
 
     /// Queues a command and returns 0 at once. Any thread.
     int SendCommandToFifoQ(const PerfCommand& command) EXCLUDES(mFifoMutex);

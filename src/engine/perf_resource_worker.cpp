@@ -30,12 +30,14 @@ int PerfResource::InitThread() {
     return 0;
 }
 
+void PerfResource::RequestStop() {
+    MutexLock lock(mFifoMutex);
+    mStop = true;
+    mFifoCond.NotifyAll();
+}
+
 void PerfResource::StopThread() {
-    {
-        MutexLock lock(mFifoMutex);
-        mStop = true;
-        mFifoCond.NotifyAll();
-    }
+    RequestStop();
     if (mThread.joinable()) {
         mThread.join();
     }

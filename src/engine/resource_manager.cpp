@@ -109,6 +109,12 @@ int ResourceManager::Init(PerfDefaultConfig& config) {
 }
 
 void ResourceManager::StopWorkers() {
+    // All are told before any is awaited: workers with slow nodes finish their writes side by side.
+    for (const std::shared_ptr<PerfResource>& resource : mResources) {
+        if (resource != nullptr) {
+            resource->RequestStop();
+        }
+    }
     for (const std::shared_ptr<PerfResource>& resource : mResources) {
         if (resource != nullptr) {
             resource->StopThread();

@@ -53,6 +53,10 @@ protected:
     int InitFront(PerfDefaultConfig config, const HandleLimits& limits = HandleLimits()) {
         mFront = std::make_unique<ConfigManager>(limits);
         const int result = mFront->Init(config, mEvents, mScenarios, mProbe);
+        // The binder greets from its own thread: a late line must not land in a test's record.
+        EXPECT_TRUE(result != 0 || Eventually([this] {
+                        return mLog.Count(LOG_LEVEL_DEBUG, "Perf Thread Binder WorkThread") != 0;
+                    }));
         mDevice->ClearRecord();
         mLog.Clear();
         return result;

@@ -9,9 +9,12 @@
 #include <utility>
 #include <vector>
 
+#include "command/command_manager.h"
+#include "command/handle.h"
 #include "corebeacon/builtin_config.h"
 #include "corebeacon/log.h"
 #include "platform/node_reader.h"
+#include "sim/eas_example.h"
 
 namespace corebeacon::tool {
 
@@ -19,6 +22,9 @@ namespace {
 
 /// How many low bits of a handle the engine's dumps show.
 constexpr unsigned long kDumpedHandleMask = 1023;
+
+/// Handles ascend by one each; those of debug options are all that a search has to pass over.
+constexpr unsigned long kHandleSearch = 1024;
 
 bool IsReadable(const std::string& path) {
     std::string ignored;
@@ -62,6 +68,18 @@ PerfConfigControlInfo DetectMachine(std::optional<unsigned> chip) {
     return info;
 }
 
+/// Bursts of work on a thread: floors that every chip has.
+ProbeEvent SimulatedProbe() {
+    return {.nodePath = "/sys/kernel/sched/probe_thread",
+            .bindText = "bind",
+            .unbindText = "unbind",
+            .startDelayMs = 0,
+            .spanMs = 500,
+            .cpuM = 1364000,
+            .cpuB = 2138000,
+            .gpu = 400000000};
+}
+
 }  // namespace
 
 std::unique_ptr<EngineSession> EngineSession::Start(const SessionOptions& options) {
@@ -77,6 +95,10 @@ EngineSession::EngineSession(const SessionOptions& options)
     if (options.device == DeviceKind::SIM) {
         mSimulated = sim::SimulatedDevice::ForChip(options.chip.value_or(CHIP_TYPE_COMMON));
         mSimulated->SetRecordLimit(0);
+        sim::AddEasNodes(*mSimulated);
+        mTaskGroups = sim::MakeEasConfig();
+        mProbe = SimulatedProbe();
+        mSimulated->AddText(mProbe.nodePath, "");
         device = mSimulated.get();
     }
     mRecord = std::make_unique<RecordingNodeIo>(*device);
@@ -95,14 +117,37 @@ int EngineSession::Init() {
     mConfig.controlInfo = DetectMachine(
         mSimulated != nullptr ? mOptions.chip.value_or(CHIP_TYPE_COMMON) : mOptions.chip);
     mConfig.qosConfigMap = GetPerfQosConfigMap();
+    if (mTaskGroups) {
+        mConfig.qosConfigMap.emplace(PERF_QOS_EAS, *mTaskGroups);
+    }
     const ChipTypeAvailableValue chip = mConfig.controlInfo.chipType;
+    mEvents = GetConfigurableEventVec(chip);
+    mScenarios = GetConfigurableScenarioVec(chip);
     mEngine = std::make_unique<ConfigManager>();
-    if (mEngine->Init(mConfig, GetConfigurableEventVec(chip), GetConfigurableScenarioVec(chip),
-                      ProbeEvent()) != 0) {
+    if (mEngine->Init(mConfig, mEvents, mScenarios, mProbe) != 0) {
         return -1;
     }
     mNames = std::make_unique<NodeNames>(mConfig.qosConfigMap);
     return 0;
+}
+
+const ConfigurableScenario* EngineSession::FindScenario(PerfScenarioId id) const {
+    const auto found = std::ranges::find(mScenarios, id, &ConfigurableScenario::scenarioId);
+    return found != mScenarios.end() ? &*found : nullptr;
+}
+
+const ConfigurableEvent* EngineSession::FindEvent(PerfEventId id) const {
+    const auto found = std::ranges::find(mEvents, id, &ConfigurableEvent::eventId);
+    return found != mEvents.end() ? &*found : nullptr;
+}
+
+unsigned long EngineSession::FindHandle(int owner, unsigned long last) const {
+    for (unsigned long handle = last + 1; handle <= last + kHandleSearch; ++handle) {
+        if (mEngine->Commands().IsRegistered(owner, handle)) {
+            return handle;
+        }
+    }
+    return kNoHandle;
 }
 
 std::vector<UnsupportedQos> EngineSession::Unsupported() const {

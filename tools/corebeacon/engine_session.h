@@ -1,6 +1,8 @@
 /// An engine at work on a device, as the program's commands need it: the simulated device or the
-/// kernel, all its writes recorded, the built-in tables in force. Owned by the command that runs;
-/// used on one thread. One session at a time, since NodeIo and log switch are the process's.
+/// kernel, all its writes recorded, the built-in tables in force. The simulated device also has
+/// task groups and a node for probes, which the built-in tables leave to the host. Owned by the
+/// command that runs; used on one thread. One session at a time, since NodeIo and log switch are
+/// the process's.
 #pragma once
 
 #include <memory>
@@ -48,6 +50,15 @@ public:
     /// The table as it is in force: narrowed to the chip and revised against the device.
     const PerfQosConfigMap& Table() const { return mConfig.qosConfigMap; }
     const NodeNames& Names() const { return *mNames; }
+    /// Null when the chip's table has none of this id.
+    const ConfigurableScenario* FindScenario(PerfScenarioId id) const;
+    const ConfigurableEvent* FindEvent(PerfEventId id) const;
+    /// Without a node on the kernel, where nobody says which it is.
+    const ProbeEvent& Probe() const { return mProbe; }
+
+    /// The first handle after `last` that the engine gave to `owner`: 0 for events, the thread id
+    /// for a probe, whose handles the engine keeps to itself. kNoHandle when there is none.
+    unsigned long FindHandle(int owner, unsigned long last) const;
 
     /// Waits until every command queued so far has been carried out, and returns what all groups
     /// then hold, as the engine dumps it.
@@ -68,6 +79,10 @@ private:
     const unsigned mFormerLogSwitch;
     std::unique_ptr<sim::SimulatedDevice> mSimulated;  // null on the kernel
     std::unique_ptr<RecordingNodeIo> mRecord;
+    std::optional<PerfQosEasConfig> mTaskGroups;  // absent on the kernel
+    std::vector<ConfigurableEvent> mEvents;
+    std::vector<ConfigurableScenario> mScenarios;
+    ProbeEvent mProbe;
     PerfDefaultConfig mConfig;
     std::unique_ptr<ConfigManager> mEngine;
     std::unique_ptr<NodeNames> mNames;

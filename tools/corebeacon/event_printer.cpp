@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <sstream>
 #include <vector>
 
 #include "text_table.h"
@@ -37,6 +38,16 @@ void EventPrinter::Write(const NodeWrite& write) {
         mOut << (write.value.empty() ? "" : "  ") << "FAILED: " << write.failure;
     }
     mOut << "\n" << std::flush;
+}
+
+void EventPrinter::Answer(const std::string& text) {
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        line.erase(line.find_last_not_of(" \t\r") + 1);
+        mOut << (line.empty() ? "" : "    ") << line << "\n";
+    }
+    mOut << std::flush;
+    mIsInParagraph = false;
 }
 
 void EventPrinter::FinalValues(const std::map<std::string, std::string>& values) {

@@ -25,6 +25,8 @@ public:
     /// What happened without a statement, the end of a timed request for instance.
     void Happening(TimePoint time, const std::string& text);
     void Write(const NodeWrite& write);
+    /// What the engine tells of itself, line by line below the statement that asked.
+    void Answer(const std::string& text);
     /// Paths to values.
     void FinalValues(const std::map<std::string, std::string>& values);
 

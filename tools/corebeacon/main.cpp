@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -35,6 +36,20 @@ void AddChip(CLI::App& command, Number& chip, const std::string& unlessGiven) {
         ->type_name("N");
 }
 
+/// What the commands that play something have in common.
+void AddSessionOptions(CLI::App& command, SessionOptions& options, std::string& device) {
+    command.add_option("--device", device, "sim, the simulated device (the default), or kernel")
+        ->check(CLI::IsMember({"sim", "kernel"}).description(""))
+        ->type_name("DEVICE");
+    AddChip(command, options.chip, "unless given, what the device tree tells, else 0");
+    command
+        .add_option("--log", options.logSwitch,
+                    "log switch: 1 information, 2 debug, 3 both; log lines go to standard error")
+        ->check(CLI::Range(0U, FindVerb("log")->maxNumber).description(""))
+        ->type_name("N");
+    command.footer(ScriptHelp());
+}
+
 int Run(int argc, char** argv) {
     CLI::App app("Plays requests on the performance QoS engine and shows what it writes.",
                  "corebeacon");
@@ -46,20 +61,17 @@ int Run(int argc, char** argv) {
 
     CLI::App* const demo = app.add_subcommand("demo", "play a short story on the simulated device");
 
-    CLI::App* const run = app.add_subcommand("run", "play a script of requests");
-    std::string script;
     SessionOptions options;
-    run->add_option("SCRIPT", script, "file, or - for standard input")->required();
     std::string device = "sim";
-    run->add_option("--device", device, "sim, the simulated device (the default), or kernel")
-        ->check(CLI::IsMember({"sim", "kernel"}).description(""))
-        ->type_name("DEVICE");
-    AddChip(*run, options.chip, "unless given, what the device tree tells, else 0");
-    run->add_option("--log", options.logSwitch,
-                    "log switch: 1 information, 2 debug, 3 both; log lines go to standard error")
-        ->check(CLI::Range(0U, FindVerb("log")->maxNumber).description(""))
-        ->type_name("N");
-    run->footer(ScriptHelp());
+    CLI::App* const run = app.add_subcommand("run", "play a script");
+    std::string script;
+    run->add_option("SCRIPT", script, "file, or - for standard input")->required();
+    AddSessionOptions(*run, options, device);
+
+    CLI::App* const act = app.add_subcommand("do", "play the statements of the command line");
+    std::vector<std::string> statements;
+    act->add_option("STATEMENT", statements, "each in quotes, as a line of a script")->required();
+    AddSessionOptions(*act, options, device);
 
     CLI::App* const table = app.add_subcommand("table", "print the QoS table of a chip");
     unsigned chip = 0;
@@ -70,12 +82,14 @@ int Run(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kExitDone : kExitBadInput;
     }
+    options.device = device == "kernel" ? DeviceKind::KERNEL : DeviceKind::SIM;
     int result = kExitDone;
     if (demo->parsed()) {
         result = PlayDemo(std::cout, std::cerr);
     } else if (run->parsed()) {
-        options.device = device == "kernel" ? DeviceKind::KERNEL : DeviceKind::SIM;
         result = RunScript(script, options, std::cin, std::cout, std::cerr);
+    } else if (act->parsed()) {
+        result = RunStatements(statements, options, std::cout, std::cerr);
     } else if (table->parsed()) {
         result = PrintQosTable(chip, std::cout, std::cerr);
     }

@@ -49,6 +49,14 @@ NodeName NodeNames::Of(const std::string& path) const {
     return found != mByPath.end() ? found->second.name : NodeName{"", Ending(path, kUsualParts)};
 }
 
+std::vector<std::string> NodeNames::Paths() const {
+    std::vector<std::string> paths;
+    for (const auto& [path, entry] : mByPath) {
+        paths.push_back(path);
+    }
+    return paths;
+}
+
 NodeNameWidths NodeNames::Widths(const std::set<PerfQosId>& qosIds) const {
     NodeNameWidths widths;
     for (const auto& [path, entry] : mByPath) {

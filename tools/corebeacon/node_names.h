@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "corebeacon/default_config.h"
 
@@ -27,6 +28,8 @@ public:
     explicit NodeNames(const PerfQosConfigMap& table);
 
     NodeName Of(const std::string& path) const;
+    /// Of every node that a row names.
+    std::vector<std::string> Paths() const;
     /// For the nodes of these QoS.
     NodeNameWidths Widths(const std::set<PerfQosId>& qosIds) const;
 

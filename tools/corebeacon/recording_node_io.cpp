@@ -134,6 +134,12 @@ std::vector<NodeWrite> RecordingNodeIo::Take() {
     return std::exchange(mWrites, {});
 }
 
+std::size_t RecordingNodeIo::CountOf(const std::string& path) {
+    MutexLock lock(mMutex);
+    const auto found = mCounts.find(path);
+    return found != mCounts.end() ? found->second : 0;
+}
+
 void RecordingNodeIo::WaitForWrite(TimePoint deadline) {
     MutexLock lock(mMutex);
     while (mWrites.empty() && SteadyNow() < deadline) {
@@ -149,6 +155,7 @@ std::string RecordingNodeIo::PathOf(int fd) {
 
 void RecordingNodeIo::Record(std::string path, std::string value, std::string failure) {
     MutexLock lock(mMutex);
+    ++mCounts[path];
     mWrites.push_back({SteadyNow(), std::move(path), std::move(value), std::move(failure)});
     mRecorded.NotifyAll();
 }

@@ -39,6 +39,8 @@ public:
 
     /// Everything since the last call, in order of time.
     std::vector<NodeWrite> Take() EXCLUDES(mMutex);
+    /// How many writes of a node were recorded so far, taken or not.
+    std::size_t CountOf(const std::string& path) EXCLUDES(mMutex);
     /// Waits until there is something to take, but not beyond `deadline`.
     void WaitForWrite(TimePoint deadline) EXCLUDES(mMutex);
 
@@ -52,6 +54,7 @@ private:
     CondVar mRecorded;
     std::unordered_map<int, std::string> mPaths GUARDED_BY(mMutex);  // by open descriptor
     std::vector<NodeWrite> mWrites GUARDED_BY(mMutex);
+    std::unordered_map<std::string, std::size_t> mCounts GUARDED_BY(mMutex);  // by path
 };
 
 }  // namespace corebeacon::tool

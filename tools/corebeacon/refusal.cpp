@@ -18,6 +18,11 @@ std::string NameOf(PerfQosId qosId) {
     return name != nullptr ? name : "QoS " + std::to_string(qosId);
 }
 
+/// What is asked of the base of a QoS goes to that QoS.
+PerfQosId TargetOf(PerfQosId qosId) {
+    return qosId == PERF_QOS_EAS_BASE ? PERF_QOS_EAS : qosId;
+}
+
 std::string WhyUnsupported(EngineSession& session, PerfQosId qosId) {
     for (const UnsupportedQos& qos : session.Unsupported()) {
         if (qos.id == qosId) {
@@ -62,9 +67,10 @@ std::string WhyNot(const PerfQosConfig& config, const GroupInfo& group) {
 
 std::string WhyValuesRefused(EngineSession& session, const Statement& request) {
     for (const PerfRequestInfo& element : request.request) {
-        const auto config = session.Table().find(element.qosId);
+        const PerfQosId target = TargetOf(element.qosId);
+        const auto config = session.Table().find(target);
         if (config == session.Table().end() ||
-            session.Engine().Resources().GetResourcePtr(element.qosId) == nullptr) {
+            session.Engine().Resources().GetResourcePtr(target) == nullptr) {
             continue;
         }
         for (const GroupInfo& group : element.groups) {
@@ -81,11 +87,24 @@ std::string WhyValuesRefused(EngineSession& session, const Statement& request) {
 std::vector<std::string> LeftOut(EngineSession& session, const Statement& request) {
     std::vector<std::string> clauses;
     for (const PerfRequestInfo& element : request.request) {
-        // What is asked of the base of a QoS goes to that QoS.
-        const PerfQosId target = element.qosId == PERF_QOS_EAS_BASE ? PERF_QOS_EAS : element.qosId;
+        const PerfQosId target = TargetOf(element.qosId);
         if (session.Engine().Resources().GetResourcePtr(target) == nullptr) {
             clauses.push_back(NameOf(element.qosId) +
                               " is not in service: " + WhyUnsupported(session, target));
+        }
+    }
+    return clauses;
+}
+
+std::vector<std::string> NotSuspendable(EngineSession& session, const Statement& statement) {
+    std::vector<std::string> clauses;
+    for (const PerfQosId qosId : statement.qosIds) {
+        if (session.Engine().Resources().GetResourcePtr(qosId) == nullptr) {
+            clauses.push_back(NameOf(qosId) +
+                              " is not in service: " + WhyUnsupported(session, qosId));
+        } else if (qosId >= PERF_QOS_MEMLAT_TARGET_RATIO_CPU_L &&
+                   qosId <= PERF_QOS_MEMLAT_TARGET_RATIO_CPU_B) {
+            clauses.push_back(NameOf(qosId) + " writes nodes that have to agree");
         }
     }
     return clauses;

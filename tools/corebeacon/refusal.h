@@ -14,6 +14,9 @@ namespace corebeacon::tool {
 /// One clause for each QoS of the request that has no resource on this device.
 std::vector<std::string> LeftOut(EngineSession& session, const Statement& request);
 
+/// One clause for each QoS that the statement cannot suspend or resume.
+std::vector<std::string> NotSuspendable(EngineSession& session, const Statement& statement);
+
 /// Why a request was refused; when the table does not tell, a hint at the log.
 std::string WhyRefused(EngineSession& session, const Statement& request);
 

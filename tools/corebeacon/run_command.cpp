@@ -37,11 +37,28 @@ std::optional<std::string> ReadFile(const std::string& path) {
     return file.is_open() ? ReadAll(file) : std::nullopt;
 }
 
-std::set<PerfQosId> QosOf(const std::vector<Statement>& statements) {
+/// The QoS that the statements may write, as far as they tell.
+std::set<PerfQosId> QosOf(const EngineSession& session, const std::vector<Statement>& statements) {
     std::set<PerfQosId> ids;
-    for (const Statement& statement : statements) {
-        for (const PerfRequestInfo& element : statement.request) {
+    const auto addAll = [&ids](const auto& elements) {
+        for (const auto& element : elements) {
             ids.insert(element.qosId == PERF_QOS_EAS_BASE ? PERF_QOS_EAS : element.qosId);
+        }
+    };
+    for (const Statement& statement : statements) {
+        addAll(statement.request);
+        if (statement.verb == Verb::SCENARIO) {
+            const ConfigurableScenario* scenario = session.FindScenario(statement.number);
+            addAll(scenario != nullptr ? scenario->requests : std::vector<PerfRequestInfo>());
+        } else if (statement.verb == Verb::EVENT) {
+            const ConfigurableEvent* event = session.FindEvent(statement.number);
+            addAll(event != nullptr ? event->qosCommands : std::vector<QosCommand>());
+        } else if (statement.verb == Verb::MODE) {
+            for (const auto& [qosId, row] : session.Table()) {
+                ids.insert(qosId);
+            }
+        } else if (statement.verb == Verb::PROBE) {
+            ids.insert({PERF_QOS_CPU_M, PERF_QOS_CPU_B, PERF_QOS_GPU});
         }
     }
     return ids;
@@ -78,6 +95,15 @@ int RunScript(const std::string& path, const SessionOptions& options, std::istre
     return PlayScript(*script, name, options, out, diagnostics);
 }
 
+int RunStatements(const std::vector<std::string>& statements, const SessionOptions& options,
+                  std::ostream& out, std::ostream& diagnostics) {
+    std::string script;
+    for (const std::string& statement : statements) {
+        script += statement + "\n";
+    }
+    return PlayScript(script, "<command line>", options, out, diagnostics);
+}
+
 int PlayScript(std::string_view script, const std::string& name, const SessionOptions& options,
                std::ostream& out, std::ostream& diagnostics) {
     const ParsedScript parsed = ParseScript(script);
@@ -94,8 +120,8 @@ int PlayScript(std::string_view script, const std::string& name, const SessionOp
         return kExitFailed;
     }
     PrintDevice(*session, out);
-    EventPrinter printer(out, session->Names(), session->Names().Widths(QosOf(parsed.statements)),
-                         SteadyNow());
+    EventPrinter printer(out, session->Names(),
+                         session->Names().Widths(QosOf(*session, parsed.statements)), SteadyNow());
     ScriptPlayer player(*session, printer, diagnostics, name);
     return player.Play(parsed.statements) ? kExitDone : kExitFailed;
 }

@@ -1,11 +1,13 @@
-/// The commands that play a script: `run` and, with a script of its own, `demo`. Each returns the
-/// program's exit code. Data goes to `out`, diagnostics to `diagnostics`.
+/// The commands that play a script: `run`, `do` with its own command line and, with a script of its
+/// own, `demo`. Each returns the program's exit code. Data goes to `out`, diagnostics to
+/// `diagnostics`.
 #pragma once
 
 #include <istream>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "engine_session.h"
 
@@ -18,6 +20,10 @@ inline constexpr int kExitBadInput = 2;  ///< nothing was applied
 /// `path` is the script's file; "-" stands for `in`.
 int RunScript(const std::string& path, const SessionOptions& options, std::istream& in,
               std::ostream& out, std::ostream& diagnostics);
+
+/// The statements of a command line, one by one as the lines of a script.
+int RunStatements(const std::vector<std::string>& statements, const SessionOptions& options,
+                  std::ostream& out, std::ostream& diagnostics);
 
 /// `name` is what diagnostics call the script.
 int PlayScript(std::string_view script, const std::string& name, const SessionOptions& options,

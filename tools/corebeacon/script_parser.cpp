@@ -42,7 +42,8 @@ std::string Join(const std::vector<Token>& tokens) {
 }
 
 std::string UsageOf(const VerbRow& row) {
-    return "; usage: " + std::string(row.name) + " " + std::string(row.usage);
+    return "; usage: " + std::string(row.name) + (row.usage.empty() ? "" : " ") +
+           std::string(row.usage);
 }
 
 const char* NameOf(Parameter kind) {
@@ -59,8 +60,29 @@ const char* NameOf(Parameter kind) {
             return "a time";
         case Parameter::NUMBER:
             return "a number";
+        case Parameter::QOS_NAMES:
+            return "at least one QoS";
+        case Parameter::CHOICE:
+            return "a choice";
+        case Parameter::WORD:
+            return "an option";
         default:
             return "as NAME";
+    }
+}
+
+/// Known by its place instead of by a key.
+bool IsPositional(Parameter kind) {
+    switch (kind) {
+        case Parameter::REQUEST_NAME:
+        case Parameter::TIME:
+        case Parameter::NUMBER:
+        case Parameter::CHOICE:
+        case Parameter::QOS_NAMES:
+        case Parameter::WORD:
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -89,9 +111,14 @@ private:
     void ParseParameters(const std::vector<Token>& tokens);
     void ParseKeyed(const Token& token, std::size_t equals);
     void ParseQosWord(const Token& key, const Token& value);
+    void DirectAtBase(const Token& key, QosValue& value);
     void ParseAsName(const Token& as, const Token* name);
     void ParsePositional(const Token& token);
+    void ParsePositional(Parameter kind, const Token& token);
     void ParseRequestName(const Token& token);
+    void ParseChoice(const Token& token);
+    void ParseQosName(const Token& token);
+    void RejectTimeOfStop(const std::vector<Token>& tokens);
     void RejectWord(const Token& token);
     void DemandRequired(const Position& verb);
     bool IsFirst(Parameter kind, const Position& position);
@@ -163,6 +190,7 @@ void ScriptParser::ParseStatement(const std::vector<Token>& tokens) {
     mStatement.text = Join(tokens);
     mSeen.clear();
     ParseParameters(tokens);
+    RejectTimeOfStop(tokens);
     DemandRequired(verb.position);
     mStatements.push_back(std::move(mStatement));
 }
@@ -204,9 +232,12 @@ void ScriptParser::ParseKeyed(const Token& token, std::size_t equals) {
 
 void ScriptParser::ParseQosWord(const Token& key, const Token& value) {
     mSeen.insert(Parameter::QOS_VALUES);
-    const std::optional<QosValue> parsed = ParseQosValue(key, value, mErrors);
+    std::optional<QosValue> parsed = ParseQosValue(key, value, mErrors);
     if (!parsed) {
         return;
+    }
+    if (mRow->verb == Verb::BASE_SET) {
+        DirectAtBase(key, *parsed);
     }
     std::vector<PerfRequestInfo>& request = mStatement.request;
     auto element = std::ranges::find(request, parsed->qosId, &PerfRequestInfo::qosId);
@@ -224,6 +255,15 @@ void ScriptParser::ParseQosWord(const Token& key, const Token& value) {
         }
     }
     group->values.emplace_back(parsed->operation, parsed->value);
+}
+
+/// Base values have an id of their own, which nobody should have to know.
+void ScriptParser::DirectAtBase(const Token& key, QosValue& value) {
+    if (value.qosId == PERF_QOS_EAS) {
+        value.qosId = PERF_QOS_EAS_BASE;
+    } else if (value.qosId != PERF_QOS_EAS_BASE) {
+        mErrors.Add(key.position, "only EAS has base values to set, unlike " + Quoted(key.text));
+    }
 }
 
 void ScriptParser::ParseAsName(const Token& as, const Token* name) {
@@ -251,15 +291,77 @@ void ScriptParser::ParseAsName(const Token& as, const Token* name) {
 }
 
 void ScriptParser::ParsePositional(const Token& token) {
-    if (mRow->Takes(Parameter::REQUEST_NAME) && mSeen.insert(Parameter::REQUEST_NAME).second) {
-        ParseRequestName(token);
-    } else if (mRow->Takes(Parameter::TIME) && mSeen.insert(Parameter::TIME).second) {
-        mStatement.time = ParseTime(token, mRow->name, mErrors).value_or(mStatement.time);
-    } else if (mRow->Takes(Parameter::NUMBER) && mSeen.insert(Parameter::NUMBER).second) {
-        mStatement.number = static_cast<unsigned>(
-            ParseNumber(token, mRow->name, 0, mRow->maxNumber, mErrors).value_or(0));
-    } else {
-        RejectWord(token);
+    for (const ParameterRow& parameter : mRow->parameters) {
+        const Parameter kind = parameter.kind;
+        if (IsPositional(kind) && (!mSeen.contains(kind) || kind == Parameter::QOS_NAMES)) {
+            mSeen.insert(kind);
+            ParsePositional(kind, token);
+            return;
+        }
+    }
+    RejectWord(token);
+}
+
+void ScriptParser::ParsePositional(Parameter kind, const Token& token) {
+    switch (kind) {
+        case Parameter::REQUEST_NAME:
+            ParseRequestName(token);
+            break;
+        case Parameter::TIME:
+            mStatement.time = ParseTime(token, mRow->name, mErrors).value_or(mStatement.time);
+            break;
+        case Parameter::NUMBER:
+            mStatement.number = static_cast<unsigned>(
+                ParseNumber(token, mRow->name, mRow->minNumber, mRow->maxNumber, mErrors)
+                    .value_or(0));
+            break;
+        case Parameter::CHOICE:
+            ParseChoice(token);
+            break;
+        case Parameter::QOS_NAMES:
+            ParseQosName(token);
+            break;
+        default:
+            mStatement.word = token.text;
+            break;
+    }
+}
+
+void ScriptParser::ParseChoice(const Token& token) {
+    const std::vector<std::string_view> choices(mRow->choices.begin(), mRow->choices.end());
+    if (std::ranges::find(choices, token.text) != choices.end()) {
+        mStatement.word = token.text;
+        return;
+    }
+    std::string all;
+    for (const std::string_view choice : choices) {
+        all += (all.empty() ? "" : choice == choices.back() ? " or " : ", ") + std::string(choice);
+    }
+    mErrors.Add(token.position, std::string(mRow->name) + " takes " + all + ", not " +
+                                    Quoted(token.text) + DidYouMean(token.text, choices));
+}
+
+void ScriptParser::ParseQosName(const Token& token) {
+    const std::optional<PerfQosId> qosId = ParseQos(token, mErrors);
+    if (!qosId) {
+        return;
+    }
+    if (std::ranges::find(mStatement.qosIds, *qosId) != mStatement.qosIds.end()) {
+        mErrors.Add(token.position, Quoted(token.text) + " is given twice");
+        return;
+    }
+    mStatement.qosIds.push_back(*qosId);
+}
+
+/// A stop is at once.
+void ScriptParser::RejectTimeOfStop(const std::vector<Token>& tokens) {
+    if (mStatement.word != "stop" || !mSeen.contains(Parameter::FOR)) {
+        return;
+    }
+    for (const Token& token : tokens) {
+        if (token.text.starts_with("for=")) {
+            mErrors.Add(token.position, std::string(mRow->name) + " stop does not take a time");
+        }
     }
 }
 

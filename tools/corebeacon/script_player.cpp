@@ -7,10 +7,8 @@
 #include <thread>
 #include <utility>
 
-#include "command/handle.h"
 #include "corebeacon/log.h"
 #include "platform/clock.h"
-#include "refusal.h"
 
 namespace corebeacon::tool {
 
@@ -45,6 +43,7 @@ bool ScriptPlayer::Play(const std::vector<Statement>& statements) {
         Carry(statement, now);
         mSession.Settle();
         PrintSoFar();
+        EndFolding();
     }
     AwaitEnds();
     PrintFinalValues();
@@ -57,7 +56,33 @@ void ScriptPlayer::Carry(const Statement& statement, TimePoint now) {
         case Verb::NOTE:
             break;
         case Verb::REQUEST:
+        case Verb::BASE_SET:
             Request(statement);
+            break;
+        case Verb::SCENARIO:
+            Scenario(statement);
+            break;
+        case Verb::MODE:
+            Mode(statement);
+            break;
+        case Verb::SUSPEND:
+        case Verb::RESUME:
+            Suspend(statement);
+            break;
+        case Verb::EVENT:
+            Event(statement);
+            break;
+        case Verb::PROBE:
+            Probe(statement);
+            break;
+        case Verb::DUMP:
+            Dump(statement);
+            break;
+        case Verb::DEBUG:
+            Debug(statement);
+            break;
+        case Verb::VERSION:
+            Version();
             break;
         case Verb::RELEASE:
             Release(statement);
@@ -72,60 +97,6 @@ void ScriptPlayer::Carry(const Statement& statement, TimePoint now) {
             PfLogonNamespace::PfLogonSet(statement.number);
             break;
     }
-}
-
-void ScriptPlayer::Request(const Statement& statement) {
-    for (const std::string& clause : LeftOut(mSession, statement)) {
-        Complain(statement, "left out: " + clause);
-    }
-    Held held;
-    held.label = statement.name.empty()
-                     ? "the request of line " + std::to_string(statement.position.line)
-                     : statement.name;
-    held.pid = statement.pid;
-    const TimePoint before = SteadyNow();
-    const int result =
-        mSession.Engine().PerfRequest(statement.pid, static_cast<unsigned>(statement.time.count()),
-                                      statement.request, held.handle);
-    if (result != 0) {
-        mIsAllAccepted = false;
-        Complain(statement, "request refused: " + WhyRefused(mSession, statement));
-        return;
-    }
-    if (statement.time != milliseconds(0)) {
-        held.endsFrom = before + statement.time;
-        held.endsUntil = SteadyNow() + statement.time;
-    }
-    if (!statement.name.empty()) {
-        mNamed[statement.name] = held;
-    }
-    if (held.handle != kNoHandle) {
-        mInForce.push_back(std::move(held));
-    }
-}
-
-void ScriptPlayer::Release(const Statement& statement) {
-    const auto named = mNamed.find(statement.name);
-    if (named == mNamed.end()) {
-        Complain(statement, "nothing to release: " + statement.name + " was refused");
-        return;
-    }
-    const Held& held = named->second;
-    if (mSession.Engine().PerfRelease(held.pid, held.handle) != 0) {
-        mIsAllAccepted = false;
-        Complain(statement, "release failed; the engine's log above tells why");
-        return;
-    }
-    std::erase_if(mInForce, [&held](const Held& other) { return other.handle == held.handle; });
-}
-
-void ScriptPlayer::ReleaseAll(const Statement& statement) {
-    if (mSession.Engine().PerfReleaseAll(statement.pid) != 0) {
-        mIsAllAccepted = false;
-        Complain(statement, "release-all failed; the engine's log above tells why");
-        return;
-    }
-    std::erase_if(mInForce, [&statement](const Held& held) { return held.pid == statement.pid; });
 }
 
 void ScriptPlayer::PassTime(TimePoint until) {
@@ -158,10 +129,41 @@ void ScriptPlayer::PrintSoFar() {
 void ScriptPlayer::PrintWrites() {
     for (const NodeWrite& write : mSession.Record().Take()) {
         PrintEnds(&Held::endsFrom, write.time);
+        if (IsFolded(write)) {
+            continue;
+        }
         mPrinter.Write(write);
         if (write.failure.empty()) {
             mWritten[write.path] = write.value;
         }
+    }
+}
+
+/// A new work mode has every group of the device write its values again. Among so many the few that
+/// it changes would be lost, so the others are only counted.
+void ScriptPlayer::BeginFolding() {
+    mHeldByNodes = mWritten;  // of binary nodes and the like, which answer in another form
+    for (const std::string& path : mSession.Names().Paths()) {
+        mHeldByNodes->emplace(path, mSession.ReadValue(path).value_or(""));
+    }
+}
+
+bool ScriptPlayer::IsFolded(const NodeWrite& write) {
+    if (!mHeldByNodes || !write.failure.empty()) {
+        return false;
+    }
+    std::string& held = (*mHeldByNodes)[write.path];
+    const bool isFolded = held == write.value;
+    held = write.value;
+    mFolded += isFolded ? 1 : 0;
+    return isFolded;
+}
+
+void ScriptPlayer::EndFolding() {
+    mHeldByNodes.reset();
+    if (const std::size_t folded = std::exchange(mFolded, 0); folded > 0) {
+        mPrinter.Answer("(and " + std::to_string(folded) +
+                        " writes of what the nodes held already)");
     }
 }
 
@@ -180,6 +182,7 @@ void ScriptPlayer::PrintEnds(TimePoint Held::*bound, TimePoint until) {
         }
         mPrinter.Happening(first->endsFrom, first->label + " ends");
         mEnded.push_back(first->handle);
+        mProbeWrites += first->probedTid != 0 ? 1 : 0;
         mInForce.erase(first);
     }
 }
@@ -191,6 +194,16 @@ void ScriptPlayer::AwaitEffects() {
         while (mSession.RulesAGroup(handle) && SteadyNow() < deadline) {
             std::this_thread::yield();
         }
+    }
+    AwaitProbeWrites();
+}
+
+/// The binder has a worker of its own, which answers no dump; but each bind and unbind is a write.
+void ScriptPlayer::AwaitProbeWrites() {
+    const TimePoint deadline = SteadyNow() + kMaxEndDelay;
+    while (mSession.Record().CountOf(mSession.Probe().nodePath) < mProbeWrites &&
+           SteadyNow() < deadline) {
+        std::this_thread::yield();
     }
 }
 
@@ -210,6 +223,11 @@ void ScriptPlayer::TellWhatStands() {
         mDiagnostics << mScriptName << ": " << held.label << " (pid " << held.pid
                      << ") was never released, so the nodes keep its values\n";
     }
+}
+
+void ScriptPlayer::Refuse(const Statement& statement, const std::string& text) {
+    mIsAllAccepted = false;
+    Complain(statement, text);
 }
 
 void ScriptPlayer::Complain(const Statement& statement, const std::string& text) {

@@ -71,19 +71,6 @@ std::optional<PerfQosId> FindQos(std::string_view name) {
     return std::nullopt;
 }
 
-std::optional<PerfQosId> ParseQos(const Token& token, ErrorList& errors) {
-    if (const std::optional<PerfQosId> found = FindQos(token.text)) {
-        return found;
-    }
-    if (!token.text.empty() && token.text.find_first_not_of("0123456789") == std::string::npos) {
-        const auto id = ParseNumber(token, "a QoS id", 0, PERF_QOS_INVALID - 1, errors);
-        return id ? std::optional(static_cast<PerfQosId>(*id)) : std::nullopt;
-    }
-    errors.Add(token.position,
-               "there is no QoS named " + Quoted(token.text) + DidYouMean(token.text, QosNames()));
-    return std::nullopt;
-}
-
 std::optional<PerfOperationType> ParseOperation(const Token& token, ErrorList& errors) {
     const auto* const found = std::ranges::find(kOperations, token.text, &Operation::name);
     if (found != std::end(kOperations)) {
@@ -154,6 +141,19 @@ std::optional<milliseconds> ParseTime(const Token& token, std::string_view what,
     errors.Add(token.position, std::string(what) + " takes a time such as 500ms or 2s, at most " +
                                    std::to_string(kMaxTimeMs / 1000) + "s, not " +
                                    Quoted(token.text));
+    return std::nullopt;
+}
+
+std::optional<PerfQosId> ParseQos(const Token& token, ErrorList& errors) {
+    if (const std::optional<PerfQosId> found = FindQos(token.text)) {
+        return found;
+    }
+    if (!token.text.empty() && token.text.find_first_not_of("0123456789") == std::string::npos) {
+        const auto id = ParseNumber(token, "a QoS id", 0, PERF_QOS_INVALID - 1, errors);
+        return id ? std::optional(static_cast<PerfQosId>(*id)) : std::nullopt;
+    }
+    errors.Add(token.position,
+               "there is no QoS named " + Quoted(token.text) + DidYouMean(token.text, QosNames()));
     return std::nullopt;
 }
 

@@ -48,6 +48,9 @@ std::optional<std::int64_t> ParseNumber(const Token& token, std::string_view wha
 std::optional<std::chrono::milliseconds> ParseTime(const Token& token, std::string_view what,
                                                    ErrorList& errors);
 
+/// A QoS by name or id.
+std::optional<PerfQosId> ParseQos(const Token& token, ErrorList& errors);
+
 /// What one word of a request asks for.
 struct QosValue {
     PerfQosId qosId = PERF_QOS_INVALID;

@@ -10,7 +10,24 @@
 
 namespace corebeacon::tool {
 
-enum class Verb { NOTE, REQUEST, RELEASE, RELEASE_ALL, WAIT, LOG };
+enum class Verb {
+    NOTE,
+    REQUEST,
+    BASE_SET,
+    SCENARIO,
+    MODE,
+    RELEASE,
+    RELEASE_ALL,
+    SUSPEND,
+    RESUME,
+    EVENT,
+    PROBE,
+    WAIT,
+    DUMP,
+    DEBUG,
+    LOG,
+    VERSION,
+};
 
 /// Where something stands in a script; both count from 1, columns in bytes.
 struct Position {
@@ -25,10 +42,13 @@ struct Statement {
     /// As written, without comment and superfluous blanks; of a note, the words of the comment.
     std::string text;
     int pid = 0;
-    std::chrono::milliseconds time{0};  ///< 0 for a request that lasts until it is released
+    /// 0 for a request that lasts until it is released, and for an event of its own length.
+    std::chrono::milliseconds time{0};
     unsigned number = 0;
     std::vector<PerfRequestInfo> request;
-    std::string name;  ///< of a request: its own, or the one to release; "" for none
+    std::vector<PerfQosId> qosIds;  ///< to suspend or to resume
+    std::string word;               ///< the choice among those of the verb, or a debug option
+    std::string name;  ///< of what is held: its own, or the one to release; "" for none
 };
 
 struct ScriptError {

@@ -17,7 +17,10 @@ enum class Parameter {
     AS_NAME,       ///< as h1
     REQUEST_NAME,  ///< h1, the name of an earlier request
     TIME,          ///< 300ms
-    NUMBER,        ///< 0 to VerbRow::maxNumber
+    NUMBER,        ///< VerbRow::minNumber to VerbRow::maxNumber
+    CHOICE,        ///< one of VerbRow::choices
+    QOS_NAMES,     ///< CPU_B GPU 9, any number of them
+    WORD,          ///< any word
 };
 
 struct ParameterRow {
@@ -30,8 +33,11 @@ struct VerbRow {
     std::string_view name;
     std::string_view usage;    ///< the parameters in words
     std::string_view summary;  ///< for the help text
+    /// Words without a key are taken in this order.
     ParameterRow parameters[4];
+    unsigned minNumber = 0;
     unsigned maxNumber = 0;
+    std::span<const std::string_view> choices = {};
 
     bool Takes(Parameter kind) const;
 };

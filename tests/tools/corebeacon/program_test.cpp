@@ -56,13 +56,16 @@ TEST_F(Program, TellsItsVersion) {
 TEST_F(Program, ExplainsItself) {
     const Outcome outcome = Run("--help");
     EXPECT_EQ(outcome.exitCode, 0);
-    for (const char* command : {"demo", "run", "table"}) {
+    for (const char* command : {"demo", "run", "do", "table"}) {
         EXPECT_NE(outcome.out.find(command), std::string::npos);
     }
     const Outcome ofRun = Run("run --help");
     EXPECT_EQ(ofRun.exitCode, 0);
-    for (const char* verb : {"request pid=PID", "release NAME", "release-all pid=PID", "wait TIME",
-                             "log N", "--device", "--chip", "--log"}) {
+    for (const char* verb :
+         {"request pid=PID", "release NAME", "release-all pid=PID", "wait TIME", "log N",
+          "scenario pid=PID", "mode pid=PID", "suspend QOS", "resume QOS", "event start|stop ID",
+          "probe start|stop TID", "base-set pid=PID", "dump task|base_info", "debug OPTION",
+          "version", "--device", "--chip", "--log"}) {
         EXPECT_NE(ofRun.out.find(verb), std::string::npos) << verb;
     }
 }
@@ -87,6 +90,22 @@ TEST_F(Program, PlaysAScriptFile) {
     EXPECT_NE(outcome.out.find("policy2/scaling_min_freq  1952000\n"), std::string::npos);
     EXPECT_NE(outcome.out.find("  release h1\n"), std::string::npos);
     EXPECT_NE(outcome.out.find("policy2/scaling_min_freq  1239000\n"), std::string::npos);
+}
+
+TEST_F(Program, PlaysTheStatementsOfItsCommandLine) {
+    const Outcome outcome =
+        Run("do --chip 0 'scenario pid=1001 0 as s1' 'wait 1ms' 'release s1' version");
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.diagnostics, "");
+    EXPECT_NE(outcome.out.find("  release s1\n"), std::string::npos);
+    EXPECT_NE(outcome.out.find("core version: 5.1.0\n"), std::string::npos);
+    const Outcome bad = Run("do 'wait 1ms' 'event strat 1'");
+    EXPECT_EQ(bad.exitCode, 2);
+    EXPECT_EQ(bad.out, "");
+    EXPECT_EQ(
+        bad.diagnostics,
+        "<command line>:2:7: event takes start or stop, not 'strat'; did you mean 'start'?\n");
+    EXPECT_EQ(Run("do").exitCode, 2);
 }
 
 TEST_F(Program, PlaysStandardInput) {

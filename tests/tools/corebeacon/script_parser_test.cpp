@@ -112,8 +112,9 @@ TEST(ScriptParser, AnUnknownVerbIsCorrectedOrAllAreTold) {
     EXPECT_EQ(ErrorsOf("requst pid=1"),
               Texts{"1:1: there is no verb 'requst'; did you mean 'request'?"});
     EXPECT_EQ(ErrorsOf("wait 1ms\n  frobnicate"),
-              Texts{"2:3: there is no verb 'frobnicate'; the verbs are request, release, "
-                    "release-all, wait, log"});
+              Texts{"2:3: there is no verb 'frobnicate'; the verbs are request, base-set, "
+                    "scenario, mode, release, release-all, suspend, resume, event, probe, wait, "
+                    "dump, debug, log, version"});
 }
 
 TEST(ScriptParser, AnUnknownQosIsCorrectedWhenSomethingIsNear) {
@@ -216,6 +217,97 @@ TEST(ScriptParser, WhatAVerbDoesNotTakeIsRejected) {
               Texts{"1:10: wait does not take 'pid=3'; usage: wait TIME"});
     EXPECT_EQ(ErrorsOf("release-all pid=1 GPU.boost=1"),
               Texts{"1:19: release-all does not take 'GPU.boost=1'; usage: release-all pid=PID"});
+}
+
+TEST(ScriptParser, BaseValuesAreThoseOfTaskGroups) {
+    const auto statements = StatementsOf("base-set pid=1 EAS.7.boost=20 EAS_BASE.0.boost=10");
+    EXPECT_EQ(statements.at(0).verb, Verb::BASE_SET);
+    ASSERT_EQ(statements[0].request.size(), 1U);
+    EXPECT_EQ(statements[0].request[0].qosId, PERF_QOS_EAS_BASE);
+    EXPECT_EQ(statements[0].request[0].groups.size(), 2U);
+    EXPECT_EQ(ErrorsOf("base-set pid=1 GPU.boost=1"),
+              Texts{"1:16: only EAS has base values to set, unlike 'GPU.boost'"});
+    EXPECT_EQ(ErrorsOf("base-set pid=1"),
+              Texts{"1:1: base-set needs at least one QOS.boost=VALUE or QOS.limit=VALUE; usage: "
+                    "base-set pid=PID EAS.GROUP.boost=VALUE ..."});
+}
+
+TEST(ScriptParser, ScenariosAndModesAreNumberedAndCanBeReleased) {
+    const auto statements =
+        StatementsOf("scenario pid=1001 4 as s\nmode pid=7 2 as m\nrelease s\nrelease m");
+    ASSERT_EQ(statements.size(), 4U);
+    EXPECT_EQ(statements[0].verb, Verb::SCENARIO);
+    EXPECT_EQ(statements[0].pid, 1001);
+    EXPECT_EQ(statements[0].number, 4U);
+    EXPECT_EQ(statements[0].name, "s");
+    EXPECT_EQ(statements[1].verb, Verb::MODE);
+    EXPECT_EQ(statements[1].number, 2U);
+    EXPECT_EQ(statements[3].name, "m");
+    EXPECT_EQ(ErrorsOf("mode pid=1 3"), Texts{"1:12: mode takes a number from 0 to 2, not '3'"});
+    EXPECT_EQ(ErrorsOf("scenario pid=1 game"),
+              Texts{"1:16: scenario takes a number from 0 to 4294967295, not 'game'"});
+    EXPECT_EQ(ErrorsOf("scenario pid=1"),
+              Texts{"1:1: scenario needs a number; usage: scenario pid=PID ID [as NAME]"});
+    EXPECT_EQ(ErrorsOf("mode 1"),
+              Texts{"1:1: mode needs pid=; usage: mode pid=PID MODE [as NAME]"});
+}
+
+TEST(ScriptParser, AnyNumberOfQosIsSuspendedAndResumed) {
+    const auto statements = StatementsOf("suspend CPU_B 3\nresume GPU");
+    EXPECT_EQ(statements.at(0).verb, Verb::SUSPEND);
+    EXPECT_EQ(statements[0].qosIds, (std::vector<PerfQosId>{PERF_QOS_CPU_B, PERF_QOS_GPU}));
+    EXPECT_EQ(statements.at(1).verb, Verb::RESUME);
+    EXPECT_EQ(statements[1].qosIds, std::vector<PerfQosId>{PERF_QOS_GPU});
+    EXPECT_EQ(ErrorsOf("suspend GPU 3"), Texts{"1:13: '3' is given twice"});
+    EXPECT_EQ(ErrorsOf("suspend gpu"),
+              Texts{"1:9: there is no QoS named 'gpu'; did you mean 'GPU'?"});
+    EXPECT_EQ(ErrorsOf("resume"),
+              Texts{"1:1: resume needs at least one QoS; usage: resume QOS ..."});
+}
+
+TEST(ScriptParser, EventsAndProbesStartAndStop) {
+    const auto statements =
+        StatementsOf("event start 1 for=2s\nevent stop 1\nprobe start 4242\nprobe stop 4242");
+    ASSERT_EQ(statements.size(), 4U);
+    EXPECT_EQ(statements[0].verb, Verb::EVENT);
+    EXPECT_EQ(statements[0].word, "start");
+    EXPECT_EQ(statements[0].number, 1U);
+    EXPECT_EQ(statements[0].time, milliseconds(2000));
+    EXPECT_EQ(statements[1].word, "stop");
+    EXPECT_EQ(statements[2].verb, Verb::PROBE);
+    EXPECT_EQ(statements[3].number, 4242U);
+    EXPECT_EQ(ErrorsOf("event strat 1"),
+              Texts{"1:7: event takes start or stop, not 'strat'; did you mean 'start'?"});
+    EXPECT_EQ(ErrorsOf("event stop 1 for=2s"), Texts{"1:14: event stop does not take a time"});
+    EXPECT_EQ(ErrorsOf("event start"),
+              Texts{"1:1: event needs a number; usage: event start|stop ID [for=TIME]"});
+    EXPECT_EQ(ErrorsOf("event"),
+              (Texts{"1:1: event needs a choice; usage: event start|stop ID [for=TIME]",
+                     "1:1: event needs a number; usage: event start|stop ID [for=TIME]"}));
+    EXPECT_EQ(ErrorsOf("probe start 0"),
+              Texts{"1:13: probe takes a number from 1 to 2147483647, not '0'"});
+    EXPECT_EQ(ErrorsOf("probe start 1 for=1s"),
+              Texts{"1:15: probe does not take 'for=1s'; usage: probe start|stop TID"});
+}
+
+TEST(ScriptParser, ADumpIsOneOfThoseThatThereAre) {
+    for (const char* type :
+         {"task", "base_info", "workMode", "scenario", "event", "limit_history"}) {
+        EXPECT_EQ(StatementsOf(std::string("dump ") + type).at(0).word, type);
+    }
+    EXPECT_EQ(ErrorsOf("dump tsk"),
+              Texts{"1:6: dump takes task, base_info, workMode, scenario, event or limit_history, "
+                    "not 'tsk'; did you mean 'task'?"});
+    EXPECT_EQ(ErrorsOf("dump task event"),
+              Texts{"1:11: dump does not take 'event'; usage: dump "
+                    "task|base_info|workMode|scenario|event|limit_history"});
+}
+
+TEST(ScriptParser, ADebugOptionIsAWordAndAVersionNeedsNone) {
+    EXPECT_EQ(StatementsOf("debug game_mode_enable").at(0).word, "game_mode_enable");
+    EXPECT_EQ(StatementsOf("version").at(0).verb, Verb::VERSION);
+    EXPECT_EQ(ErrorsOf("debug"), Texts{"1:1: debug needs an option; usage: debug OPTION"});
+    EXPECT_EQ(ErrorsOf("version 2"), Texts{"1:9: version does not take '2'; usage: version"});
 }
 
 TEST(ScriptParser, TheLogSwitchHasTwoBits) {

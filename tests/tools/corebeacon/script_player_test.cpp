@@ -169,12 +169,12 @@ TEST(ScriptPlayer, AnUnknownRefusalPointsAtTheLog) {
 TEST(ScriptPlayer, AQosWithoutAResourceIsLeftOut) {
     const Outcome outcome = PlayText(
         "request pid=1 for=20ms CPU_B.boost=1952000 99.boost=1\n"
-        "request pid=1 EAS_BASE.boost=1\n");
+        "request pid=1 99.boost=1\n");
     EXPECT_EQ(outcome.exitCode, kExitFailed);
     EXPECT_EQ(Lines(outcome.diagnostics),
               (Texts{"story.qos:1:1: left out: QoS 99 is not in service: the table does not "
                      "describe it",
-                     "story.qos:2:1: left out: EAS_BASE is not in service: the table does not "
+                     "story.qos:2:1: left out: QoS 99 is not in service: the table does not "
                      "describe it",
                      "story.qos:2:1: request refused: nothing is left of it"}));
 }
