@@ -389,6 +389,21 @@ TEST_F(ResourceManagerTest, AResourceThatCannotBeBuiltFailsTheWholeInit) {
     EXPECT_EQ(mManager->Init(mDefault), 0) << "a failed Init leaves nothing in the way";
 }
 
+TEST_F(ResourceManagerTest, AFrequencyListBesideItsRowFailsTheWholeInit) {
+    // The row then contradicts itself: its floor is the list's, its ceiling still its own.
+    FreqParameters parameters;
+    parameters.availableFreqsPath = "/gpu/available";
+    mNodes.SetContent("/gpu/available", "2000 3000\n");
+    Add(PERF_QOS_CPU_L, "L", {Pair("l")});
+    AddConfig(PERF_QOS_GPU,
+              std::make_unique<PerfQosFreqConfig>("GPU", std::vector{Pair("gpu")}, parameters));
+    EXPECT_EQ(mManager->Init(mDefault), -1);
+    EXPECT_EQ(Errors(), (Texts{"[gpu] available min(2000) larger than max(1000)",
+                               "[gpu] GroupParametersValidate failed!", "Init resource group Fail!",
+                               "fail to Init resource for qos = 3 name = GPU",
+                               "qosConfigMap init resource failed!"}));
+}
+
 #if defined(__GLIBC__)
 TEST_F(ResourceManagerTest, AMissingThreadFailsTheWholeInit) {
     Add(PERF_QOS_CPU_L, "L", {Pair("l")});

@@ -98,6 +98,15 @@ TEST_F(InitTest, AnEventOfAMissingQosIsNoFailure) {
     EXPECT_EQ(mLog.Count(LOG_LEVEL_DEBUG, "resource ptr is NULL for qos id 63"), 1U);
 }
 
+TEST_F(InitTest, WithoutScenariosAndEventsThereIsNoneAndThatIsNoFailure) {
+    ASSERT_EQ(Init(BuiltinConfig(), {}, {}), 0);
+    std::ostringstream dump;
+    EXPECT_EQ(mFront->Dump(dump, {"--scenario"}), 0);
+    EXPECT_EQ(mFront->Dump(dump, {"--event"}), 0);
+    EXPECT_EQ(dump.str(), "");
+    EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR), Names{});
+}
+
 TEST_F(InitTest, AScenarioThatContradictsItselfFailsInit) {
     ConfigurableScenario scenario{0, {Ask(PERF_QOS_CPU_L, PERF_OPERATION_BOOST, 1000000)}};
     EXPECT_EQ(Init(BuiltinConfig(), {}, {scenario, scenario}), -1);
@@ -109,6 +118,44 @@ TEST_F(InitTest, AScenarioThatContradictsItselfFailsInit) {
 TEST_F(InitTest, AScenarioWhoseResourceRefusesItsValueFailsInit) {
     EXPECT_EQ(Init(BuiltinConfig(), {}, {{0, {AskRange(PERF_QOS_CPU_L, 1370000, 576000)}}}), -1);
     EXPECT_EQ(mLog.Count(LOG_LEVEL_ERROR, "ScenarioValidate failed"), 1U);
+}
+
+TEST_F(InitTest, OnAMachineWithoutItsBigClusterOnlyThatIsMissing) {
+    for (const ChipTypeAvailableValue chip : {CHIP_TYPE_COMMON, CHIP_TYPE_VARIANT_2}) {
+        mFront = std::make_unique<ConfigManager>();
+        PerfDefaultConfig config = BuiltinConfig();
+        config.controlInfo.chipType = chip;
+        config.controlInfo.invalidClusters = {"policy2", "cluster2"};
+        ASSERT_EQ(Init(config, GetConfigurableEventVec(chip), GetConfigurableScenarioVec(chip)), 0);
+        for (const PerfQosId id :
+             {PERF_QOS_CPU_B, PERF_QOS_MEMLAT_TARGET_RATIO_CPU_B, PERF_QOS_GOVERNOR_LOAD_CPU_B,
+              PERF_QOS_ISOLATION_MIN_CPUS_B, PERF_QOS_FREQ_REPORTING_POLICY_CPU_B}) {
+            EXPECT_EQ(mFront->Resources().GetResourcePtr(id), nullptr) << PerfQosName(id);
+        }
+        EXPECT_EQ(ResourceCount(), 38U);
+        Settle(*mFront);
+        mDevice->ClearRecord();
+        unsigned long handle = 0;
+        // Each of the nodes that are left still gets its own text.
+        ASSERT_EQ(mFront->PerfRequest(1, 0, {Ask(PERF_QOS_CPU_ED_TASK, PERF_OPERATION_BOOST, 110)},
+                                      handle),
+                  0);
+        Settle(*mFront);
+        EXPECT_EQ(
+            WrittenNames(),
+            (Names{"ed_task_running_duration=60000000", "ed_new_task_running_duration=40000000",
+                   "ed_task_running_duration=40000000", "ed_new_task_running_duration=20000000"}));
+        for (const ConfigurableScenario& scenario : GetConfigurableScenarioVec(chip)) {
+            EXPECT_EQ(mFront->PerfSetScenario(1, scenario.scenarioId, handle), 0);
+        }
+        Settle(*mFront);
+        for (const std::string& path : mDevice->TouchedNodes()) {
+            EXPECT_EQ(path.find("policy2"), std::string::npos) << path;
+            EXPECT_EQ(path.find("cluster2"), std::string::npos) << path;
+        }
+        EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR), Names{});
+        mFront.reset();
+    }
 }
 
 TEST_F(InitTest, OnAMachineWithNoneOfTheNodesInitSucceeds) {

@@ -231,6 +231,36 @@ TEST_F(FrequencyGroupTest, AFailedSecondMaximumWriteEndsThePass) {
     EXPECT_EQ(TakeWrites().back(), (std::pair<std::string, std::string>{kGpuTop, "0"}));
 }
 
+TEST_F(FrequencyGroupTest, ADeviceThatCameBackIsWrittenInTheSamePassAndOrder) {
+    Group().DoConfig(800000, 1200000);
+    TakeWrites();
+    for (const char* path : {kMin, kMax, kGpuTop}) {
+        mDevice.Remove(path);
+        mDevice.Restore(path);
+    }
+    Group().DoConfig(700000, 1100000);
+    EXPECT_EQ(TakeWrites(), (Writes{
+                                {kMax, "1100000"},
+                                {kMin, "700000"},
+                                {kMax, "1100000"},
+                                {kGpuTop, "0"},
+                            }));
+    EXPECT_EQ(mDevice.OpenDescriptors(), 3U);
+    EXPECT_TRUE(mLog.Texts(5).empty());
+    EXPECT_TRUE(mLog.Texts(6).empty());
+}
+
+TEST_F(FrequencyGroupTest, AMissingMinimumNodeEndsThePassUntilItIsThere) {
+    mDevice.Remove(kMin);
+    Group().DoConfig(800000, 1200000);
+    EXPECT_EQ(TakeWrites(), (Writes{{kMax, "1200000"}}));
+    EXPECT_EQ(mLog.Texts(6),
+              Texts{"[GPU] open file /freq/min failed, errno=2 (No such file or directory) \n"});
+    mDevice.Restore(kMin);
+    Group().DoConfig(800000, 1200000);
+    EXPECT_EQ(TakeWrites().size(), 4U);
+}
+
 TEST_F(FrequencyGroupTest, AFailedGpuWriteIsTriedAgain) {
     mDevice.Inject(kGpuTop, OperationKind::WRITE, Fault::Errno(EIO));
     Group().DoConfig(800000, 1200000);

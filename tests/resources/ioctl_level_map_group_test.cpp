@@ -207,6 +207,7 @@ TEST_F(IoctlLevelMapGroupTest, ARefusedRequestIsLogged) {
     EXPECT_TRUE(mDevice.IoctlsTo(kFirst).empty());
     group.DoConfig(kRaised, kNoLimit);
     EXPECT_EQ(mDevice.IoctlsTo(kFirst), Requests{SetPrio(3, 5)});
+    EXPECT_EQ(mDevice.Operations(OperationKind::OPEN).size(), 1U) << "it is kept through a refusal";
 }
 
 TEST_F(IoctlLevelMapGroupTest, TheDeviceStaysOpenUntilClosed) {
