@@ -2,5 +2,6 @@
 # Plays the stories on this kernel's own nodes, one after the other.
 . /support.sh
 . /values.sh
+. /modes.sh
 . /disturbances.sh
 [ $failures -eq 0 ]
