@@ -115,6 +115,8 @@ public:
     /// Ends the probe of a thread ahead of its time; none is no error.
     void StopProbe(int tid);
 
+    // Texts have one form, whatever locale and format `out` has; it keeps them.
+
     /// DumpInfo of the type in args[0]; further arguments are ignored. Returns 0, or -1 for no
     /// argument or an unknown type, which `out` is told.
     int Dump(std::ostringstream& out, const std::vector<std::string>& args);

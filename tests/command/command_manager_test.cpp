@@ -99,6 +99,30 @@ TEST_F(CommandTable, LimitsTheProcessesButStillServesTheKnownOnes) {
     EXPECT_EQ(mLog.Count(6, "handle num in one process reach maximum: 2"), 1U);
 }
 
+TEST_F(CommandTable, HasRoomForManyUnlessToldOtherwise) {
+    const auto refusal = [this](CommandManager& manager, int pid) {
+        mLog.Clear();
+        CommandWrapper cmd = Untimed();
+        unsigned long handle = 0;
+        const bool refused = manager.RequestHandle(pid, Now(), cmd, handle) != 0;
+        return refused ? mLog.Texts(6).front() : std::string();
+    };
+    CommandManager busy;
+    for (int pid = 1; pid <= 8; ++pid) {
+        for (int i = 0; i < 1024; ++i) {
+            ASSERT_EQ(refusal(busy, pid), "") << pid << " " << i;
+        }
+        EXPECT_EQ(refusal(busy, pid), pid < 8 ? "handle num in one process reach maximum: 1024"
+                                              : "total handle num reach maximum: 8192");
+    }
+    CommandManager crowded;
+    for (int pid = 1; pid <= 512; ++pid) {
+        ASSERT_EQ(refusal(crowded, pid), "") << pid;
+    }
+    EXPECT_EQ(refusal(crowded, 513), "process num reach maximum: 512");
+    EXPECT_EQ(refusal(crowded, 0), "invalid pid: 0");
+}
+
 TEST_F(CommandTable, LimitsAllHandlesTogether) {
     for (int pid : {1, 1, 2, 2, 3}) {
         Request(pid, Untimed());

@@ -1,10 +1,9 @@
-#include <pthread.h>
-
 #include <atomic>
 #include <semaphore>
 #include <thread>
 
 #include "engine/perf_resource_fixture.h"
+#include "support/no_threads.h"
 
 namespace corebeacon::test {
 
@@ -168,18 +167,10 @@ TEST_F(PerfResourceWorker, AStoppedResourceStaysStopped) {
 
 #if defined(__GLIBC__)
 TEST_F(PerfResourceWorker, ASystemWithoutAThreadToGiveIsReported) {
-    // A default stack larger than the address space.
-    pthread_attr_t attributes;
-    ASSERT_EQ(pthread_getattr_default_np(&attributes), 0);
-    std::size_t stackSize = 0;
-    ASSERT_EQ(pthread_attr_getstacksize(&attributes, &stackSize), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, std::size_t{1} << 60U), 0);
-    ASSERT_EQ(pthread_setattr_default_np(&attributes), 0);
-    const int result = mResource->InitThread();
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stackSize), 0);
-    ASSERT_EQ(pthread_setattr_default_np(&attributes), 0);
-    pthread_attr_destroy(&attributes);
-    EXPECT_EQ(result, -1);
+    {
+        const NoThreads noThreads;
+        EXPECT_EQ(mResource->InitThread(), -1);
+    }
     ASSERT_EQ(mLog.Texts(LOG_LEVEL_ERROR).size(), 1U);
     EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR).front().find("[Q] cannot start the work thread: "), 0U);
     EXPECT_EQ(mResource->InitThread(), 0) << "a later try may succeed";

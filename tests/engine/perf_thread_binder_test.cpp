@@ -14,6 +14,7 @@
 #include "support/deadline.h"
 #include "support/log_capture.h"
 #include "support/manual_clock.h"
+#include "support/no_threads.h"
 #include "support/scoped_node_io.h"
 #include "support/scripted_node_io.h"
 
@@ -449,6 +450,27 @@ TEST(PerfThreadBinder, WritesOneThreadOnRequestWhileNoWorkerRuns) {
     EXPECT_EQ(kernel.Trace(), (Texts{"open /binder = 100", "write 100 on|-7 = 5",
                                      "write 100 off|-7 = 6", "close 100"}));
 }
+
+#if defined(__GLIBC__)
+TEST(PerfThreadBinder, ASystemWithoutAThreadToGiveIsReportedAndMayBeTriedAgain) {
+    test::ScriptedNodeIo kernel;
+    test::ScopedNodeIo scope(kernel);
+    test::ManualClock clock;
+    test::LogCapture log;
+    PerfThreadBinder binder;
+    binder.SetNodePath("/binder");
+    {
+        const test::NoThreads noThreads;
+        EXPECT_EQ(binder.Init("first", "off"), -1);
+    }
+    ASSERT_EQ(log.Texts(LOG_LEVEL_ERROR).size(), 1U);
+    EXPECT_TRUE(log.Texts(LOG_LEVEL_ERROR)[0].starts_with("starting the thread binder failed: "));
+    ASSERT_EQ(binder.Init("second", "off"), 0);
+    const TimePoint now = clock.SteadyNow();
+    EXPECT_EQ(binder.AddThreadInfo({5, now, now + milliseconds(10)}), 0);
+    EXPECT_TRUE(Eventually([&] { return kernel.Written() == Texts{"second|5"}; }));
+}
+#endif
 
 TEST(PerfThreadBinder, KeepsTimeOnTheRealClock) {
     test::ScriptedNodeIo kernel;

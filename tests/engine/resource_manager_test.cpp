@@ -1,7 +1,6 @@
 #include "engine/resource_manager.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <functional>
 #include <memory>
@@ -13,6 +12,7 @@
 #include "resources/level_map_resource.h"
 #include "support/deadline.h"
 #include "support/log_capture.h"
+#include "support/no_threads.h"
 #include "support/scoped_node_io.h"
 #include "support/scripted_node_io.h"
 
@@ -407,18 +407,10 @@ TEST_F(ResourceManagerTest, AFrequencyListBesideItsRowFailsTheWholeInit) {
 #if defined(__GLIBC__)
 TEST_F(ResourceManagerTest, AMissingThreadFailsTheWholeInit) {
     Add(PERF_QOS_CPU_L, "L", {Pair("l")});
-    // A default stack larger than the address space.
-    pthread_attr_t attributes;
-    ASSERT_EQ(pthread_getattr_default_np(&attributes), 0);
-    std::size_t stackSize = 0;
-    ASSERT_EQ(pthread_attr_getstacksize(&attributes, &stackSize), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, std::size_t{1} << 60U), 0);
-    ASSERT_EQ(pthread_setattr_default_np(&attributes), 0);
-    const int result = mManager->Init(mDefault);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stackSize), 0);
-    ASSERT_EQ(pthread_setattr_default_np(&attributes), 0);
-    pthread_attr_destroy(&attributes);
-    EXPECT_EQ(result, -1);
+    {
+        const NoThreads noThreads;
+        EXPECT_EQ(mManager->Init(mDefault), -1);
+    }
     EXPECT_EQ(Errors().back(), "no work thread for L");
     EXPECT_TRUE(ResourceIds().empty());
 }

@@ -62,6 +62,9 @@ TEST_F(BaseSetTest, ABaseValueStandsWhateverIsReleased) {
 }
 
 TEST_F(BaseSetTest, BaseValuesAreNeitherTimedNorMixedNorLimits) {
+    EXPECT_EQ(Request(19, {AskBase(kTopApp, 10)}), -1);
+    EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR), Names{"duration(19) out of range(20, 60000)"});
+    mLog.Clear();
     EXPECT_EQ(Request(100, {AskBase(kTopApp, 10)}), -1);
     EXPECT_EQ(Request(0, {AskBase(kTopApp, 10), Ask(PERF_QOS_EAS, PERF_OPERATION_BOOST, 10)}), -1);
     EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR),

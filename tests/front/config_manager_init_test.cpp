@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include "command/command_manager.h"
 #include "support/engine_fixture.h"
 #include "support/log_capture.h"
+#include "support/no_threads.h"
 
 namespace corebeacon::test {
 namespace {
@@ -156,6 +158,47 @@ TEST_F(InitTest, OnAMachineWithoutItsBigClusterOnlyThatIsMissing) {
         EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR), Names{});
         mFront.reset();
     }
+}
+
+TEST_F(InitTest, TheStepsRunInTheirOrderAndTheFirstFailureEndsThem) {
+    const auto events = OneStepEvent(20, PERF_QOS_CPU_L, 1000000);
+    const ConfigurableScenario scenario{0, {Ask(PERF_QOS_CPU_L, PERF_OPERATION_BOOST, 1000000)}};
+    PerfDefaultConfig config = BuiltinConfig();
+    config.qosXmlConfigMap = config.qosConfigMap;
+    config.workMode = static_cast<PerfWorkMode>(3);
+    EXPECT_EQ(Init(config, events, {scenario, scenario}), -1);
+    EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR).back(), "workMode invalid 3");
+    config.workMode = PERF_WORK_MODE_2;
+    EXPECT_EQ(Init(config, events, {scenario, scenario}), -1);
+    EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR).back(), "resource manager Init failed");
+    config.qosXmlConfigMap.clear();
+    EXPECT_EQ(Init(config, events, {scenario, scenario}), -1);
+    EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR).back(), "event manager Init failed");
+    EXPECT_EQ(Init(BuiltinConfig(), {}, {scenario, scenario}), -1);
+    EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR).back(), "scenario manager Init failed");
+    EXPECT_EQ(Init(BuiltinConfig(), {}, {scenario}), 0);
+}
+
+#if defined(__GLIBC__)
+TEST_F(InitTest, WithoutAThreadForTheBinderInitFailsAndMayBeTriedAgain) {
+    const ConfigurableScenario scenario{0, {Ask(PERF_QOS_CPU_L, PERF_OPERATION_BOOST, 1000000)}};
+    {
+        const NoThreads noThreads;
+        EXPECT_EQ(Init(PerfDefaultConfig()), -1);
+    }
+    ASSERT_EQ(mLog.Texts(LOG_LEVEL_ERROR).size(), 1U);
+    EXPECT_TRUE(mLog.Texts(LOG_LEVEL_ERROR)[0].starts_with("starting the thread binder failed: "));
+    EXPECT_EQ(Init(BuiltinConfig(), {}, {scenario}), 0);
+    EXPECT_GT(ResourceCount(), 0U);
+}
+#endif
+
+TEST_F(InitTest, AHostThatChoosesNoBoundsGetsThoseOfTheHandleTable) {
+    const HandleLimits limits;
+    EXPECT_EQ(limits.maxProcesses, kDefaultMaxProcesses);
+    EXPECT_EQ(limits.maxHandlesPerProcess, kDefaultMaxHandlesPerProcess);
+    EXPECT_EQ(limits.maxHandles, kDefaultMaxHandles);
+    EXPECT_EQ(limits.reservedPid, kDefaultReservedPid);
 }
 
 TEST_F(InitTest, OnAMachineWithNoneOfTheNodesInitSucceeds) {

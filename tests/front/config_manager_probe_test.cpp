@@ -260,6 +260,15 @@ TEST_F(ProbeSetUpTest, WithoutAnyFloorTheThreadIsBoundAllTheSame) {
     EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR), Names{});
 }
 
+TEST_F(ProbeSetUpTest, AHostWithoutEventsHasItsProbesAllTheSame) {
+    mProbe.startDelayMs = 0;
+    mEvents.clear();
+    Start();
+    EXPECT_EQ(mFront->StartProbe(kTid), 0);
+    EXPECT_EQ(Value(kMinM), "1407000");
+    EXPECT_TRUE(BinderWrote({"bind|77"}));
+}
+
 TEST_F(ProbeSetUpTest, AHostWithoutProbesLosesNothing) {
     mProbe = {};
     Start();

@@ -110,6 +110,23 @@ TEST_F(RequestTest, AnEmptyRequestIsRefusedWithoutAQosToBlame) {
               Names{"RequestValidate failed, pid=1001, invalidQosId=105"});
 }
 
+TEST_F(RequestTest, AGroupWithoutValuesAddsNothing) {
+    EXPECT_EQ(Request(0, {{PERF_QOS_CPU_L, {{9, {}}, {0, {{PERF_OPERATION_BOOST, 893000}}}}}}), 0);
+    EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR), Names{});
+    EXPECT_EQ(NewWrites(), (Names{"scaling_max_freq=1530000", "scaling_min_freq=893000",
+                                  "scaling_max_freq=1530000"}));
+}
+
+TEST_F(RequestTest, AQosWithoutAnyValueIsNoReasonToRefuseTheOthers) {
+    EXPECT_EQ(Request(0, {{PERF_QOS_CPU_M, {{0, {}}}},
+                          Ask(PERF_QOS_CPU_L, PERF_OPERATION_BOOST, 893000)}),
+              0);
+    EXPECT_EQ(mLog.Count(LOG_LEVEL_ERROR, "[CPU_M] invalid group num: 0"), 1U);
+    EXPECT_EQ(NewWrites().size(), 3U);
+    EXPECT_EQ(mFront->PerfRelease(kPid, mHandle), 0);
+    EXPECT_EQ(NewWrites().size(), 3U);
+}
+
 TEST_F(RequestTest, ARefusedValueRefusesTheWholeRequest) {
     EXPECT_EQ(Request(0, {Ask(PERF_QOS_CPU_L, PERF_OPERATION_BOOST, 1000000),
                           Ask(PERF_QOS_CPU_M, static_cast<PerfOperationType>(7), 1000000)}),
@@ -148,6 +165,18 @@ TEST_F(RequestTest, ReleasingAnExpiredOrUnknownHandleIsNoError) {
     EXPECT_EQ(mFront->PerfRelease(kOtherPid, mHandle), 0);
     EXPECT_EQ(mLog.Count(LOG_LEVEL_DEBUG, "BuildReleaseCommand failed for pid 1001"), 2U);
     EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR), Names{});
+}
+
+TEST_F(RequestTest, AHandleReleasesOnceAndASecondReleaseIsNoError) {
+    ASSERT_EQ(Request(0, {Ask(PERF_QOS_CPU_L, PERF_OPERATION_BOOST, 1211000)}), 0);
+    EXPECT_EQ(mFront->PerfRelease(kPid, mHandle), 0);
+    NewWrites();
+    mLog.Clear();
+    EXPECT_EQ(mFront->PerfRelease(kPid, mHandle), 0);
+    EXPECT_EQ(mLog.Texts(), (Names{"invalid pid: 1001", "ComposeReleaseCommand failed",
+                                   "BuildReleaseCommand failed for pid 1001"}));
+    EXPECT_EQ(mLog.Texts(LOG_LEVEL_DEBUG).size(), 3U);
+    EXPECT_EQ(NewWrites(), Names{});
 }
 
 TEST_F(RequestTest, OfTwoCallersOnOneKnobTheGreaterBoostHoldsUntilItIsReleased) {

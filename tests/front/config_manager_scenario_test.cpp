@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <set>
 #include <thread>
 
 #include "front/front_fixture.h"
@@ -243,6 +244,31 @@ TEST_F(WorkModeTest, APidMustLieAboveTheReservedOne) {
     EXPECT_EQ(NewWrites(kMinL), Names{});
 }
 
+class InitialWorkModeTest : public FrontFixture {};
+
+TEST_F(InitialWorkModeTest, TheModeOfTheStartStandsUntilTheFirstRequestAndNeverComesBack) {
+    PerfDefaultConfig config = FrequencyConfig();
+    config.workMode = PERF_WORK_MODE_2;
+    ASSERT_EQ(InitFront(config), 0);
+    ASSERT_EQ(
+        mFront->PerfRequest(kPid, 0, {Ask(PERF_QOS_CPU_L, PERF_OPERATION_LIMIT, 893000)}, mHandle),
+        0);
+    // Only mode 2 holds a short burst below a standing ceiling.
+    ASSERT_EQ(mFront->PerfRequest(kPid, 60000, {Ask(PERF_QOS_CPU_L, PERF_OPERATION_BOOST, 1211000)},
+                                  mHandle),
+              0);
+    EXPECT_EQ(NewWrites(kMinL), (Names{kBaseMinL, "893000"}));
+    unsigned long same = 0;
+    ASSERT_EQ(mFront->PerfSetMode(kPid, 2, same), 0);
+    EXPECT_EQ(NewWrites(kMinL), Names{});
+    EXPECT_EQ(mLog.Count(LOG_LEVEL_DEBUG, "work mode not change"), 1U);
+    ASSERT_EQ(mFront->PerfRelease(kPid, same), 0);
+    EXPECT_EQ(NewWrites(kMinL), Names{"1211000"});
+    std::ostringstream out;
+    EXPECT_TRUE(mFront->DumpInfo(out, "--workMode"));
+    EXPECT_EQ(out.str(), "\ncurrent mode = 0, modeNum(1) <value, handle>:\n<0,*>");
+}
+
 class SuspendTest : public FrontFixture {
 protected:
     void SetUp() override { Start(); }
@@ -305,6 +331,37 @@ TEST_F(SuspendTest, TheMemoryLatencyQosNeverReceiveASuspendCommand) {
               (Names{"empty command wrapper", "sendSuspendCmd failed"}));
     EXPECT_EQ(mFront->PerfSetSuspend({1, 14, PERF_QOS_CPU_L, 15, 16}), 0);
     EXPECT_EQ(mLog.Count(LOG_LEVEL_DEBUG, "suspend not support memlat !"), 6U);
+}
+
+TEST_F(SuspendTest, AnIdBeyondTheTableIsPassedOver) {
+    EXPECT_EQ(mFront->PerfSetSuspend({1, 105, 4294967295U, PERF_QOS_CPU_L}), 0);
+    EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR),
+              (Names{"invalid qos id: 105", "invalid qos id: 4294967295"}));
+    BoostL(893000);
+    EXPECT_EQ(NewWrites(kMinL), Names{});
+}
+
+TEST(SuspendOfTheWholeTable, LeavesOutTheMemoryLatencyQosThoughTheyAreThere) {
+    WholeEngine engine(CHIP_TYPE_COMMON);
+    const LogCapture log;
+    std::vector<unsigned int> params{1};
+    std::vector<PerfQosId> ids;
+    engine.mFront->Resources().GetResourceIds(ids);
+    params.insert(params.end(), ids.begin(), ids.end());
+    ASSERT_EQ(engine.mFront->PerfSetSuspend(params), 0);
+    Settle(*engine.mFront);
+    EXPECT_EQ(log.Count(LOG_LEVEL_DEBUG, "suspend not support memlat !"), 3U);
+    std::set<std::string> suspended;
+    for (const std::string& text : log.Texts(LOG_LEVEL_INFO)) {
+        if (text.ends_with("] suspend old = 0, new = 1")) {
+            suspended.insert(text.substr(1, text.find(']') - 1));
+        }
+    }
+    for (const PerfQosId id : ids) {
+        const std::string group =
+            engine.mFront->Resources().GetResourcePtr(id)->GetPerfGroupPtr(0)->GetName();
+        EXPECT_EQ(suspended.contains(group), id < 14 || id > 16) << group;
+    }
 }
 
 TEST_F(SuspendTest, AResetDoesNotResume) {

@@ -99,6 +99,31 @@ TEST_F(TraceTest, AnEventIsMarkedWithItsIdAndItsParameters) {
     EXPECT_EQ(OfOperations(), (Names{"eventId=17 1 1001", "eventId=17"}));
 }
 
+TEST_F(TraceTest, WhatIsRefusedIsMarkedOnlyIfItCouldBeUnderstood) {
+    Start();
+    Bind();
+    EXPECT_EQ(mFront->PerfRequest(kPid, 19, {}, mHandle), -1);
+    EXPECT_EQ(OfOperations(), Names{"request"});
+    EXPECT_EQ(mFront->PerfSetScenario(kPid, 99, mHandle), -1);
+    EXPECT_EQ(OfOperations(), Names{});
+    EXPECT_EQ(mFront->PerfSetScenario(0, kScenario, mHandle), -1);
+    EXPECT_EQ(OfOperations(), Names{"scenario id=3"});
+    EXPECT_EQ(mFront->PerfSetMode(kPid, 3, mHandle), -1);
+    EXPECT_EQ(OfOperations(), Names{});
+    EXPECT_EQ(mFront->PerfSetMode(0, 2, mHandle), -1);
+    EXPECT_EQ(OfOperations(), Names{"workMode id=2"});
+    EXPECT_EQ(mFront->PerfSetSuspend({1}), -1);
+    EXPECT_EQ(OfOperations(), Names{});
+    EXPECT_EQ(mFront->PerfSetSuspend({0, 63}), -1);
+    EXPECT_EQ(OfOperations(), Names{"suspend=0 63"});
+    EXPECT_EQ(mFront->PerfEvent(4097, {1}, ""), -1);
+    EXPECT_EQ(OfOperations(), Names{"eventId=4097 1"});
+    EXPECT_EQ(mFront->PerfEvent(8192, {1}, ""), -1);
+    EXPECT_EQ(OfOperations(), Names{"eventId=8192 1"});
+    EXPECT_EQ(mFront->PerfEvent(8192, {1, 0}, ""), 0);
+    EXPECT_EQ(OfOperations(), (Names{"eventId=8192 1 0", "suspend=1 0"}));
+}
+
 TEST_F(TraceTest, AMarkerThatIsLostFailsNoOperation) {
     Start();
     Bind();
