@@ -6,6 +6,7 @@
 #include <functional>
 #include <thread>
 
+#include "command/command_manager.h"
 #include "front/front_fixture.h"
 
 namespace corebeacon::test {
@@ -70,11 +71,31 @@ protected:
         std::map<std::string, std::string> now = mDevice->Snapshot();
         now[kBindNode] = mIdle[kBindNode];
         EXPECT_EQ(now, mIdle);
+        const CommandManager::Counts counts = mFront->Commands().GetCounts();
+        EXPECT_EQ(counts.liveHandles, 0U);
+        EXPECT_EQ(counts.commands, 0U);
+        EXPECT_EQ(counts.endTimeRecords, 0U);
+        EXPECT_EQ(counts.events, 0U);
+        EXPECT_EQ(counts.probes, 0U);
         EXPECT_EQ(ModeDump(), "\ncurrent mode = 0, modeNum(1) <value, handle>:\n<0,*>");
     }
 
     std::map<std::string, std::string> mIdle;
 };
+
+TEST_F(RaceTest, NoValueOfARequestOutlivesItsHandle) {
+    const auto ask = [this](int pid, unsigned int duration) {
+        unsigned long handle = 0;
+        mFront->PerfRequest(pid, duration,
+                            {Ask(PERF_QOS_CPU_L, PERF_OPERATION_BOOST, 1211000),
+                             Ask(PERF_QOS_GPU, PERF_OPERATION_LIMIT, 495000000)},
+                            handle);
+    };
+    Storm({[&] { ask(kPid, 0); }, [&] { ask(kPid, 60000); }, [&] { ask(kOtherPid, 0); },
+           [this] { mFront->PerfReleaseAll(kPid); }, [this] { mFront->Reset(); }});
+    ASSERT_EQ(mFront->Reset(), 0);
+    ExpectIdle();
+}
 
 TEST_F(RaceTest, NoModeOutlivesItsHandle) {
     const auto setMode = [this](unsigned int mode) {
