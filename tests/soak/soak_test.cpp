@@ -1,12 +1,15 @@
-// A very long run in little time: the clock is moved by hand, so that a million requests of up to a
-// minute come and go as fast as the machine carries them out.
+// A very long run in little time: the clock is moved by hand, so that a million steps, with
+// requests of up to a minute, come and go as fast as the machine carries them out.
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <random>
+#include <vector>
 
 #include "command/command_manager.h"
 #include "soak/busy_engine.h"
 #include "soak/heap_count.h"
+#include "soak/random_caller.h"
 #include "support/manual_clock.h"
 #include "support/sizes.h"
 
@@ -14,8 +17,8 @@ namespace corebeacon::test {
 namespace {
 
 constexpr int kCallers = 8;
-/// Requests between two steps of the clock. Each step wakes every worker, which costs far more.
-constexpr int kRequestsPerStep = 32;
+/// Each advance of the clock wakes every worker, which costs far more than a step.
+constexpr int kStepsPerAdvance = 32;
 /// Blocks by which the heap may differ: texts of the limit histories' short strings and the like.
 constexpr std::size_t kHeapSlackBlocks = 64;
 
@@ -26,20 +29,22 @@ std::size_t ThreadCount() {
 
 class SoakTest : public BusyEngineFixture {
 protected:
-    /// Timed requests, 64 a second on average, and then rest until all have ended.
-    void Run(long count, std::uint64_t seed) {
-        RandomRequests requests(*mFront, mConfig.qosConfigMap, seed);
+    /// Some 64 steps a second of the clock, and then rest until all has ended.
+    void Run(long count, int seed) {
+        std::mt19937_64 random(static_cast<std::uint64_t>(seed));
+        std::vector<RandomCaller> callers;
+        callers.reserve(kCallers);
+        for (int number = 0; number < kCallers; ++number) {
+            callers.emplace_back(*mFront, mConfig, seed * kCallers + number, 20, 60000);
+        }
         for (long i = 0; i < count; ++i) {
-            unsigned long handle = 0;
-            const auto duration = static_cast<unsigned int>(requests.Number(20, 60000));
-            ASSERT_EQ(mFront->PerfRequest(requests.Number(1, kCallers), duration, requests.Next(),
-                                          handle),
-                      0);
-            if (i % kRequestsPerStep == 0) {
-                mClock.Advance(std::chrono::milliseconds(requests.Number(0, 1000)));
+            callers[random() % kCallers].Step();
+            if (i % kStepsPerAdvance == 0) {
+                mClock.Advance(std::chrono::milliseconds(random() % 1000));
                 Settle(*mFront);
             }
         }
+        RandomCaller::CalmDown(*mFront);
         mClock.Advance(std::chrono::seconds(61));
         ExpectEveryNodeAtItsBase();
         mFront->PerfRelease(1, 0);  // any call clears the handle table of what has expired
@@ -48,7 +53,7 @@ protected:
     ManualClock mClock;
 };
 
-TEST_F(SoakTest, AfterManyTimedRequestsEverythingIsBackWhereItBegan) {
+TEST_F(SoakTest, AfterManyStepsOfEveryKindEverythingIsBackWhereItBegan) {
     const long count = SizeFromEnvironment("COREBEACON_SOAK_REQUESTS", 20000);
     Run(count / 10 + 1000, 1);
     const std::size_t descriptors = mDevice->OpenDescriptors();
