@@ -59,6 +59,16 @@ TEST_F(TraceTest, ARequestIsMarkedWithAllItAsksFor) {
                                   mHandle),
               0);
     EXPECT_EQ(OfOperations(), Names{"request {3 [0 0:400000000 1:495000000]} {0 [0 0:893000]}"});
+    // As asked for: neither merged nor understood, ids as unsigned and values as signed numbers.
+    const auto unknown = static_cast<PerfOperationType>(~0U);
+    EXPECT_EQ(mFront->PerfRequest(kPid, 0,
+                                  {{static_cast<PerfQosId>(~0U), {{~0U, {{unknown, -1}}}, {1, {}}}},
+                                   {PERF_QOS_CPU_L, {}},
+                                   {PERF_QOS_EAS_BASE, {{0, {{unknown, 5}, {unknown, 6}}}}}},
+                                  mHandle),
+              -1);
+    EXPECT_EQ(OfOperations(), Names{"request {4294967295 [4294967295 4294967295:-1] [1]} {0} "
+                                    "{45 [0 4294967295:5 4294967295:6]}"});
 }
 
 TEST_F(TraceTest, AFrequencyWriteIsMarkedWithBoundsModeAndSuspension) {
