@@ -174,6 +174,9 @@ TEST_F(InitTest, TheStepsRunInTheirOrderAndTheFirstFailureEndsThem) {
     config.qosXmlConfigMap.clear();
     EXPECT_EQ(Init(config, events, {scenario, scenario}), -1);
     EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR).back(), "event manager Init failed");
+    std::ostringstream out;
+    EXPECT_TRUE(mFront->DumpInfo(out, "--workMode"));
+    EXPECT_TRUE(out.str().starts_with("\ncurrent mode = 0,")) << "the mode goes as well";
     EXPECT_EQ(Init(BuiltinConfig(), {}, {scenario, scenario}), -1);
     EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR).back(), "scenario manager Init failed");
     EXPECT_EQ(Init(BuiltinConfig(), {}, {scenario}), 0);
