@@ -107,6 +107,11 @@ void PerfThreadBinder::DeleteThreadInfo(int tid) {
     mCond.NotifyAll();
 }
 
+bool PerfThreadBinder::IsKnown(int tid) const {
+    MutexLock lock(mMutex);
+    return mKnownThreads.contains(tid);
+}
+
 void PerfThreadBinder::DoConfig(bool bind, const ThreadInfo& info) {
     if (mNodePath.empty()) {
         return;

@@ -48,6 +48,9 @@ public:
     /// of the same id binds it again. An unknown id changes nothing.
     void DeleteThreadInfo(int tid);
 
+    /// Whether `tid` has a probe whose end the worker has not come round to yet.
+    bool IsKnown(int tid) const;
+
     /// Writes the bind or unbind text of one thread. For the worker, or while none runs.
     void DoConfig(bool bind, const ThreadInfo& info);
 
@@ -87,7 +90,7 @@ private:
     // Owner's thread only.
     std::thread mThread;
 
-    Mutex mMutex;
+    mutable Mutex mMutex;
     CondVar mCond;  // with mMutex: a queue changed, or stop
     // Guarded by mMutex.
     bool mStop GUARDED_BY(mMutex) = false;

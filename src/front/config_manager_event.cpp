@@ -192,9 +192,11 @@ int ConfigManager::BindThread(int tid, unsigned long handle, const TimePoint& st
     if (!mState->commandManager.IsRegistered(tid, handle)) {
         return 0;  // stopped again in the meantime
     }
-    // The binder may still know an earlier probe whose release has not come as far as the binder,
-    // and would take this one for its duplicate.
-    mState->threadBinder.DeleteThreadInfo(tid);
+    if (mState->threadBinder.IsKnown(tid)) {
+        // An earlier probe whose release has not come as far as the binder, which would take this
+        // one for its duplicate.
+        mState->threadBinder.DeleteThreadInfo(tid);
+    }
     return mState->threadBinder.AddThreadInfo({tid, start, end});
 }
 

@@ -29,6 +29,8 @@ TEST_F(ProbeTest, AProbeBoostsItsThreeQosAndBindsTheThreadForItsSpan) {
     EXPECT_EQ(Value(kMinB), "1952000");
     EXPECT_EQ(Value(kMinGpu), "400000000");
     EXPECT_TRUE(BinderWrote({"bind|77"}));
+    EXPECT_EQ(mLog.Count(LOG_LEVEL_DEBUG, "add probe tid = 77"), 1U);
+    EXPECT_EQ(mLog.Count(LOG_LEVEL_DEBUG, "del probe tid = 77"), 0U);
     mClock.Advance(milliseconds(99));
     EXPECT_EQ(Value(kMinM), "1407000");
     EXPECT_TRUE(BecomesAfter(milliseconds(1), kMinM, kBaseMinM));
