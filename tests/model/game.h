@@ -42,6 +42,7 @@ template <typename Script>
 struct Finding {
     std::string difference;  ///< empty when there is none
     std::uint64_t seed = 0;  ///< of the script that differed, or the last one
+    long scripts = 0;        ///< played until then
     long steps = 0;          ///< played until then
     Script script;           ///< shrunk
 };
@@ -58,21 +59,35 @@ Script ShrinkScript(Game& game, Script script) {
     return script;
 }
 
-/// Plays scripts until they had `steps` steps in all or one differed.
-template <typename Game>
-auto FindDifference(Game& game, long steps, std::uint64_t firstSeed) {
+/// Plays the scripts of the seeds from `firstSeed` on while `goesOn` says so of the finding, which
+/// counts what was played, and none differed.
+template <typename Game, typename GoesOn>
+auto FindDifferenceWhile(Game& game, std::uint64_t firstSeed, GoesOn goesOn) {
     Finding<decltype(game.Make(firstSeed))> finding;
-    for (std::uint64_t seed = firstSeed; finding.steps < steps; ++seed) {
-        auto script = game.Make(seed);
-        finding.seed = seed;
+    while (finding.difference.empty() && goesOn(finding)) {
+        finding.seed = firstSeed + static_cast<std::uint64_t>(finding.scripts++);
+        auto script = game.Make(finding.seed);
         finding.steps += static_cast<long>(script.steps.size());
         if (!game.Play(script).empty()) {
             finding.script = ShrinkScript(game, std::move(script));
             finding.difference = game.Play(finding.script);
-            break;
         }
     }
     return finding;
+}
+
+/// Plays scripts until they had `steps` steps in all or one differed.
+template <typename Game>
+auto FindDifference(Game& game, long steps, std::uint64_t firstSeed) {
+    return FindDifferenceWhile(game, firstSeed,
+                               [steps](const auto& finding) { return finding.steps < steps; });
+}
+
+/// Plays the scripts of `seeds` seeds unless one differs.
+template <typename Game>
+auto FindDifferenceInSeeds(Game& game, long seeds, std::uint64_t firstSeed) {
+    return FindDifferenceWhile(game, firstSeed,
+                               [seeds](const auto& finding) { return finding.scripts < seeds; });
 }
 
 /// What a failed test prints.

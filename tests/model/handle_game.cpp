@@ -71,7 +71,8 @@ public:
     Sides(const HandleTableSetUp& setUp, bool forgetsProbes)
         : mTable(setUp.maxOwners, setUp.maxHandlesPerOwner, setUp.maxHandles, setUp.reservedPid,
                  setUp.firstHandle),
-          mModel(setUp, forgetsProbes) {}
+          mModel(setUp, forgetsProbes),
+          mReservedPid(setUp.reservedPid) {}
 
     void Do(const HandleStep& step) {
         mEngineText.clear();
@@ -227,11 +228,9 @@ private:
     test::ManualClock mClock;
     CommandManager mTable;
     NaiveHandleTable mModel;
+    const int mReservedPid;
     std::string mEngineText;
     std::string mModelText;
-
-public:
-    int mReservedPid = 0;
 };
 
 class HandleScriptMaker {
@@ -305,7 +304,6 @@ HandleScript HandleGame::Make(std::uint64_t seed) const {
 
 std::string HandleGame::Play(const HandleScript& script) const {
     Sides sides(script.setUp, mForgetsProbes);
-    sides.mReservedPid = script.setUp.reservedPid;
     std::size_t at = 0;
     for (const HandleStep& step : script.steps) {
         sides.Do(step);
