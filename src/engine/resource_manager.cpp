@@ -36,7 +36,7 @@ std::shared_ptr<PerfResource> Make(const ResConstructParam& param,
 
 struct SpecialKind {
     PerfQosId qosId;
-    ResourceMaker make;  ///< null: the QoS gets no resource, whatever the shape of its rows
+    ResourceMaker make;
 };
 
 /// The QoS whose kind their id decides.
@@ -224,7 +224,7 @@ std::shared_ptr<PerfResource> ResourceManager::BuildSpecialResource(
     if (kind == std::end(kSpecialKinds)) {
         return nullptr;
     }
-    isHandled = IsSwitchedOff(param.qosId, controlInfo) || kind->make == nullptr;
+    isHandled = IsSwitchedOff(param.qosId, controlInfo);
     return isHandled ? nullptr : kind->make(param, controlInfo);
 }
 

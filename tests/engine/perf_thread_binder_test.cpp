@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <future>
@@ -432,9 +433,15 @@ TEST(PerfThreadBinder, WithoutANodeItKeepsSpansAndWritesNothing) {
     EXPECT_EQ(binder.AddThreadInfo({5, now, now + milliseconds(10)}), 0);
     EXPECT_EQ(binder.AddThreadInfo({5, now, now + milliseconds(10)}), 0);
     EXPECT_EQ(log.Count(LOG_LEVEL_DEBUG, "duplicate probe"), 1U);
+    EXPECT_TRUE(Eventually([&] {
+        return std::ranges::any_of(log.Texts(LOG_LEVEL_DEBUG), [](const std::string& text) {
+            return text.ends_with("takeInEffect tid 5");
+        });
+    }));
     binder.DeleteThreadInfo(5);
     binder.Stop();
     EXPECT_TRUE(kernel.Trace().empty());
+    EXPECT_TRUE(log.Texts(LOG_LEVEL_ERROR).empty());
 }
 
 TEST(PerfThreadBinder, WritesOneThreadOnRequestWhileNoWorkerRuns) {

@@ -1,16 +1,41 @@
 // What must hold whichever way the calls of several threads fall together. The clock stands still,
 // so that nothing ends by itself and hides what was left behind.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstring>
 #include <functional>
+#include <future>
 #include <thread>
 
 #include "command/command_manager.h"
 #include "front/front_fixture.h"
+#include "support/thread_state.h"
 
 namespace corebeacon::test {
 namespace {
+
+/// Holds the thread that logs a certain text until it is let go.
+class HoldingSink : public LogSink {
+public:
+    explicit HoldingSink(const char* text) : mText(text) {}
+
+    void Write(int, const char*, const char* message) noexcept override {
+        if (std::strstr(message, mText) != nullptr) {
+            mHeld.set_value();
+            mReleased.get_future().wait();
+        }
+    }
+    void AwaitHeld() { mHeld.get_future().wait(); }
+    void Release() { mReleased.set_value(); }
+
+private:
+    const char* const mText;
+    std::promise<void> mHeld;
+    std::promise<void> mReleased;
+};
 
 class RaceTest : public FrontFixture {
 protected:
@@ -156,6 +181,36 @@ TEST_F(RaceTest, NoProbeOutlivesItsHandleInAQosOrInTheBinder) {
     EXPECT_EQ(mFront->StartProbe(kPid), 0);
     EXPECT_EQ(Value(kMinM), "1407000");
     EXPECT_TRUE(Eventually([this] { return mDevice->Value(kBindNode) == "bind|1001"; }));
+}
+
+TEST_F(RaceTest, AProbeThatIsReleasedBeforeItsThreadIsBoundIsNotBoundAnyMore) {
+    // Whoever is at the binder keeps the others out, one in front of its check, one behind the
+    // release of the handle.
+    HoldingSink sink("add probe tid = 8");
+    SetLogSink(&sink);
+    PfLogonNamespace::PfLogonSet(3);
+    std::thread inside([this] { EXPECT_EQ(mFront->StartProbe(8), 0); });
+    sink.AwaitHeld();
+    std::atomic<pid_t> starting{0};
+    std::thread starter([&] {
+        starting = ::gettid();
+        EXPECT_EQ(mFront->StartProbe(7), 0);
+    });
+    EXPECT_TRUE(Eventually([&] { return IsAsleep(starting); }));
+    std::atomic<pid_t> releasing{0};
+    std::thread releaser([&] {
+        releasing = ::gettid();
+        EXPECT_EQ(mFront->PerfReleaseAll(7), 0);
+    });
+    EXPECT_TRUE(Eventually([&] { return IsAsleep(releasing); }));
+    sink.Release();
+    inside.join();
+    starter.join();
+    releaser.join();
+    SetLogSink(&mLog);
+    EXPECT_TRUE(BinderWrote({"bind|1", "unbind|1", "bind|8"}));
+    mFront->StopProbe(8);
+    ExpectIdle();
 }
 
 TEST_F(RaceTest, AllOperationsTogetherLeaveNothingBehind) {

@@ -1,12 +1,15 @@
 #include "corebeacon/log.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <ctime>
 #include <future>
@@ -19,6 +22,7 @@
 #include "support/deadline.h"
 #include "support/log_capture.h"
 #include "support/manual_clock.h"
+#include "support/thread_state.h"
 
 namespace {
 
@@ -48,17 +52,26 @@ using test::LogLine;
 
 constexpr const char* LOG_TAG = "PF_TEST";
 
+/// Standard error is what `fd` is, for a scope.
+class StandardErrorTo {
+public:
+    explicit StandardErrorTo(int fd) : mFormer(::dup(STDERR_FILENO)) { ::dup2(fd, STDERR_FILENO); }
+    ~StandardErrorTo() {
+        ::dup2(mFormer, STDERR_FILENO);
+        ::close(mFormer);
+    }
+    StandardErrorTo(const StandardErrorTo&) = delete;
+    StandardErrorTo& operator=(const StandardErrorTo&) = delete;
+
+private:
+    int mFormer;
+};
+
 /// Standard error as a file for a scope.
 class StandardErrorCapture {
 public:
-    StandardErrorCapture() : mFile(std::tmpfile()), mFormer(::dup(STDERR_FILENO)) {
-        ::dup2(::fileno(mFile), STDERR_FILENO);
-    }
-    ~StandardErrorCapture() {
-        ::dup2(mFormer, STDERR_FILENO);
-        ::close(mFormer);
-        std::fclose(mFile);
-    }
+    StandardErrorCapture() : mFile(std::tmpfile()), mRedirection(::fileno(mFile)) {}
+    ~StandardErrorCapture() { std::fclose(mFile); }
     StandardErrorCapture(const StandardErrorCapture&) = delete;
     StandardErrorCapture& operator=(const StandardErrorCapture&) = delete;
 
@@ -75,7 +88,76 @@ public:
 
 private:
     std::FILE* mFile;
-    int mFormer;
+    StandardErrorTo mRedirection;
+};
+
+/// A pipe with no room left, so that who writes to it waits until somebody reads.
+class FullPipe {
+public:
+    FullPipe() {
+        EXPECT_EQ(::pipe(mEnds.data()), 0);
+        ::fcntl(WriteEnd(), F_SETFL, O_NONBLOCK);
+        const std::array<char, 4096> filling{};
+        for (ssize_t put = 0; put >= 0;) {
+            put = ::write(WriteEnd(), filling.data(), filling.size());
+            mFilled += put > 0 ? static_cast<std::size_t>(put) : 0U;
+        }
+        ::fcntl(WriteEnd(), F_SETFL, 0);
+    }
+    ~FullPipe() {
+        ::close(mEnds[0]);
+        ::close(mEnds[1]);
+    }
+    FullPipe(const FullPipe&) = delete;
+    FullPipe& operator=(const FullPipe&) = delete;
+
+    int WriteEnd() const { return mEnds[1]; }
+
+    /// What was written behind the filling, up to the end of a line.
+    std::string ReadLine() const {
+        std::string text;
+        while (text.size() <= mFilled || text.back() != '\n') {
+            pollfd readable{.fd = mEnds[0], .events = POLLIN, .revents = 0};
+            if (::poll(&readable, 1, kNoLineMs) != 1) {
+                break;
+            }
+            std::array<char, 4096> buffer;
+            const ssize_t got = ::read(mEnds[0], buffer.data(), buffer.size());
+            if (got <= 0) {
+                break;
+            }
+            text.append(buffer.data(), static_cast<std::size_t>(got));
+        }
+        return text.size() > mFilled ? text.substr(mFilled) : "";
+    }
+
+private:
+    static constexpr int kNoLineMs = 10000;
+
+    std::array<int, 2> mEnds{-1, -1};
+    std::size_t mFilled = 0;
+};
+
+std::atomic<int> gSignals{0};
+
+/// Signals that interrupt what their thread does, counted for a scope.
+class InterruptingSignal {
+public:
+    InterruptingSignal() {
+        gSignals = 0;
+        struct sigaction action = {};  // without SA_RESTART
+        action.sa_handler = [](int) { ++gSignals; };
+        ::sigaction(SIGUSR1, &action, &mFormer);
+    }
+    ~InterruptingSignal() { ::sigaction(SIGUSR1, &mFormer, nullptr); }
+    InterruptingSignal(const InterruptingSignal&) = delete;
+    InterruptingSignal& operator=(const InterruptingSignal&) = delete;
+
+    static void SendTo(std::thread& thread) { ::pthread_kill(thread.native_handle(), SIGUSR1); }
+    static int Count() { return gSignals; }
+
+private:
+    struct sigaction mFormer = {};
 };
 
 /// Holds the thread that writes a line until it is let go.
@@ -225,6 +307,40 @@ TEST(Log, TheDefaultSinkCutsALineWhenMemoryIsShortAndStillEndsIt) {
     EXPECT_EQ(standardError.Text(), prefix + std::string(1022 - prefix.size(), 'x') + "\n");
 }
 
+TEST(Log, ALineThatStandardErrorRefusesIsDroppedAndTheNextOneArrives) {
+    test::ManualClock clock(TimePoint(std::chrono::seconds(1741165623)));
+    {
+        const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+        ASSERT_GE(full, 0);
+        StandardErrorTo refusing(full);
+        ::close(full);
+        errno = 0;
+        VLogPrint(LOG_LEVEL_ERROR, "PF_A", "lost");
+        EXPECT_EQ(errno, 0);
+    }
+    StandardErrorCapture standardError;
+    VLogPrint(LOG_LEVEL_ERROR, "PF_A", "kept");
+    EXPECT_EQ(standardError.Text(), LocalPrefix(1741165623) + ".000 E PF_A kept\n");
+}
+
+TEST(Log, ALineThatASignalInterruptsIsWrittenAllTheSame) {
+    test::ManualClock clock(TimePoint(std::chrono::seconds(1741165623)));
+    InterruptingSignal signal;
+    FullPipe pipe;
+    StandardErrorTo redirection(pipe.WriteEnd());
+    std::atomic<pid_t> tid{0};
+    std::thread writer([&tid] {
+        tid = ::gettid();
+        VLogPrint(LOG_LEVEL_ERROR, "PF_A", "late");
+    });
+    EXPECT_TRUE(Eventually([&] { return test::IsAsleep(tid); }));
+    InterruptingSignal::SendTo(writer);
+    EXPECT_TRUE(Eventually([] { return InterruptingSignal::Count() == 1; }));
+    EXPECT_TRUE(Eventually([&] { return test::IsAsleep(tid); }));
+    EXPECT_EQ(pipe.ReadLine(), LocalPrefix(1741165623) + ".000 E PF_A late\n");
+    writer.join();
+}
+
 TEST(Log, TheDefaultSinkNeverMixesTheLinesOfSeveralThreads) {
     constexpr int kThreads = 4;
     constexpr int kLines = 200;
@@ -282,6 +398,32 @@ TEST(Log, ReplacingTheSinkWaitsForThreadsInsideTheFormerOne) {
     writer.join();
     EXPECT_TRUE(replaced.load());
     LOGE("[%s:%d] free");
+    EXPECT_EQ(next.count.load(), 1);
+    SetLogSink(nullptr);
+}
+
+TEST(Log, ALineThatComesWhileAReplacementWaitsGoesToTheNewSink) {
+    HoldingSink former;
+    CountingSink next;
+    SetLogSink(&former);
+    std::thread writer([] { LOGE("[%s:%d] held"); });
+    former.entered.get_future().wait();
+    std::atomic<pid_t> replacing{0};
+    std::thread replacer([&] {
+        replacing = ::gettid();
+        SetLogSink(&next);
+    });
+    EXPECT_TRUE(Eventually([&] { return test::IsAsleep(replacing); }));
+    std::atomic<pid_t> logging{0};
+    std::thread late([&] {
+        logging = ::gettid();
+        LOGE("[%s:%d] late");
+    });
+    EXPECT_TRUE(Eventually([&] { return test::IsAsleep(logging); }));
+    former.release.set_value();
+    writer.join();
+    replacer.join();
+    late.join();
     EXPECT_EQ(next.count.load(), 1);
     SetLogSink(nullptr);
 }

@@ -260,6 +260,14 @@ TEST_F(LevelMapGroupTest, ABaseLevelWithoutTextsIsNotDumped) {
     EXPECT_EQ(mLog.Lines()[0].function, "DumpBaseValueAfterMapping");
 }
 
+TEST_F(LevelMapGroupTest, ADumpLeavesOutTheNodesForWhichTheBaseLevelHasNoText) {
+    std::vector<SpecifiedGroupDumpInfo> info;
+    Make(Config("RAMP", {{1, {"5"}}})).DumpBaseValueAfterMapping(info);
+    ASSERT_EQ(info.size(), 1U);
+    EXPECT_EQ(info[0].boostValue, "5");
+    EXPECT_EQ(info[0].boostNode, kFirst);
+}
+
 TEST_F(LevelMapGroupTest, SuspensionClosesTheNodesAndResumingWritesTheLevelInForce) {
     LevelMapGroup& group = Make();
     const PerfGroupCommand command = Boost(2);
