@@ -3,23 +3,13 @@
 # through the stages (all of them, unless some are named) and stops at the first that fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/quietly.sh
 
 all_stages=(format release asan-ubsan clang-tsan tidy aarch64)
 jobs=$(nproc)
 sources=(include src tools tests examples bench)
 
-# What a tool says is read only when it fails; the tests' own words are always shown.
-quietly() {
-    local log=$1
-    shift
-    mkdir -p build/logs
-    if ! "$@" >"build/logs/$log" 2>&1; then
-        tail -n 100 "build/logs/$log"
-        echo "FAILED: $* (all of it: build/logs/$log)"
-        return 1
-    fi
-}
-
+# The tests' own words are always shown.
 preset() {
     quietly "$1-configure.log" cmake --preset "$1"
     quietly "$1-build.log" cmake --build --preset "$1"
