@@ -19,6 +19,8 @@ struct alignas(64) Counted {
 };
 
 TEST(Immortal, BuildsItsObjectOnceAndNeverDestroysIt) {
+    gBuilt = 0;
+    gDestroyed = 0;
     static_assert(std::is_trivially_destructible_v<Immortal<Counted>>);
     {
         Immortal<Counted> immortal;

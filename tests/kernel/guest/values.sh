@@ -12,9 +12,19 @@ read_all() {
     values="$values $(od -An -tx4 -N4 /dev/cpu_dma_latency | tr -d ' ')"
 }
 
+# The frequencies as far as this kernel has them: old ones lack the driver of the devfreq devices.
+known() {
+    if [ -e "$devfreq/gpufreq" ]; then
+        echo "$*"
+    else
+        echo "$1 $2 $3 none-none none-none"
+    fi
+}
+
 # expect STATE FREQUENCIES OTHERS
 expect() {
-    await "$1" read_all reads "$2 $3"
+    # shellcheck disable=SC2086
+    await "$1" read_all reads "$(known $2) $3"
 }
 
 base="418000-1530000 418000-2150000 1239000-2487000 279000000-750000000 335000000-1380000000"

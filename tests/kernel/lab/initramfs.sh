@@ -8,12 +8,12 @@ shift
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
 mkdir -p "$tree/bin" "$tree/modules"
-cp "$dir/root/bin/busybox" "$tree/bin/"
+cp "$dir/root/busybox" "$tree/bin/"
 cp "$@" "$tree/"
 chmod 755 "$tree"/*
 
 # In load order. A kernel may have some of them built in, so a missing file is no error.
-drivers=$(echo "$dir"/root/lib/modules/*/kernel/drivers)
+drivers=$dir/root/drivers
 number=10
 for module in cpufreq/cpufreq-dt devfreq/governor_userspace devfreq/governor_simpleondemand \
     devfreq/imx-bus thermal/broadcom/bcm2711_thermal; do
