@@ -68,6 +68,8 @@ cooling() {
 
 # thermal_zone NAME SENSOR MILLIWATT CPU...
 thermal_zone() {
+    # Kernels of late let the engine lower the trip points 1 and 2, so the critical one, at which the
+    # machine powers off, is another.
     local name=$1 sensor=$2 milliwatt=$3
     shift 3
     cat <<DTS
@@ -82,6 +84,7 @@ thermal_zone() {
 				${name}_control: control {
 					temperature = <85000>; hysteresis = <1000>; type = "passive";
 				};
+				high { temperature = <110000>; hysteresis = <1000>; type = "hot"; };
 				crit { temperature = <115000>; hysteresis = <1000>; type = "critical"; };
 			};
 DTS
