@@ -168,11 +168,18 @@ class LostDevice : public testing::TestWithParam<NodeKind> {
 protected:
     LostDevice() {
         bench.Do(GetParam().script);
-        bench.Device().RemoveTree("/");
+        sim::SimulatedDevice& device = bench.Device();
+        const Texts nodes = device.Nodes();
+        for (const std::string& node : nodes) {
+            device.Remove(node);
+        }
+        EXPECT_EQ(device.Nodes(), Texts{});
         const Action& any = GetParam().script.front();
         bench.Do(any);
         bench.Do(Stop(any));
-        bench.Device().RestoreTree("/");
+        for (const std::string& node : nodes) {
+            device.Restore(node);
+        }
     }
 
     Bench bench{GetParam()};
