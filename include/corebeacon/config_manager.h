@@ -1,12 +1,15 @@
 /// The library's one entry point. A host constructs a ConfigManager, calls Init once with the QoS
 /// table, the scenarios, the events and the probe parameters, and then passes on the requests of
 /// its clients. Owned by the host, which destroys it after the last call has returned; destruction
-/// stops and joins every worker thread and leaves the kernel nodes as they are. Only a dump may
-/// still be under way then: it returns early, without the resources that had not answered yet.
+/// stops and joins every worker thread and leaves the kernel nodes as they are. A worker finishes
+/// the one command that it is at, however long the kernel takes over its writes, and drops what is
+/// queued behind it. Only a dump may still be under way then: it returns early, without the
+/// resources that had not answered yet.
 ///
 /// Init must have returned before the first other call. All other operations may be called from any
-/// number of threads at once. None but TaskDump waits for a kernel write: they validate, queue and
-/// return.
+/// number of threads at once. None but TaskDump, and DumpInfo where it does the same, waits for a
+/// kernel write: they validate, queue and return. A node that hangs holds up the writes of its own
+/// QoS alone.
 #pragma once
 
 #include <cstdint>
@@ -122,13 +125,14 @@ public:
     int Dump(std::ostringstream& out, const std::vector<std::string>& args);
 
     /// Appends a description of the engine as it is now: "--event", "--scenario", "--base_info",
-    /// "--workMode", "--task" or "--limit_history". False, with nothing appended, for any other
-    /// type.
+    /// "--workMode", "--task" or "--limit_history". "--base_info" and "--task" are TaskDumps; the
+    /// others wait for nobody. False, with nothing appended, for any other type.
     bool DumpInfo(std::ostringstream& out, const std::string& type);
 
     /// Appends every resource's requests in force, or with `full` its base values, each collected
-    /// by the resource's own worker after all that was asked of it before. Waits for the workers;
-    /// dumps of several threads take turns. Returns 0, or -1 when there is no resource.
+    /// by the resource's own worker after all that was asked of it before. Waits for the workers,
+    /// also for one whose node hangs; dumps of several threads take turns. Returns 0, or -1 when
+    /// there is no resource.
     int TaskDump(bool full, std::ostringstream& out);
 
     /// Appends the limits that CPU clusters and GPU had in force lately.
