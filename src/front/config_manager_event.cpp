@@ -103,10 +103,10 @@ int ConfigManager::StartEvent(PerfEventId eventId, unsigned int duration) {
     CommandWrapper cmd(PERF_COMMAND_SHORT_START, now, now, duration);
     for (const auto& [qosId, item] : items) {
         if (duration == 0) {
-            cmd.InsertEventCommand(qosId, now + milliseconds(item.startTime),
-                                   now + milliseconds(item.endTime), item.groups);
+            cmd.InsertEventCommand(qosId, LaterBy(now, milliseconds(item.startTime)),
+                                   LaterBy(now, milliseconds(item.endTime)), item.groups);
         } else if (item.startTime == 0) {
-            cmd.InsertEventCommand(qosId, now, now + milliseconds(duration), item.groups);
+            cmd.InsertEventCommand(qosId, now, LaterBy(now, milliseconds(duration)), item.groups);
         }
     }
     unsigned long handle = kNoHandle;
@@ -137,8 +137,8 @@ void ConfigManager::StopEvent(PerfEventId eventId) {
 int ConfigManager::StartProbe(int tid) {
     const ProbeEvent& probe = mState->eventManager.GetProbeInfo();
     const TimePoint now = SteadyNow();
-    const TimePoint start = now + milliseconds(probe.startDelayMs);
-    const TimePoint end = start + milliseconds(probe.spanMs);
+    const TimePoint start = LaterBy(now, milliseconds(probe.startDelayMs));
+    const TimePoint end = LaterBy(start, milliseconds(probe.spanMs));
     // The span is also the command's own, because there may be no item to take it from.
     CommandWrapper cmd(PERF_COMMAND_SHORT_START, now, end, 0);
     cmd.InsertProbeCommand(start, end, ProbeFloor(PERF_QOS_CPU_M, probe.cpuM),

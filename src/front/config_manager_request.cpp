@@ -32,7 +32,7 @@ int ConfigManager::PerfRequest(int pid, unsigned int duration,
             return -1;
         }
         type = PERF_COMMAND_SHORT_START;
-        end = now + std::chrono::milliseconds(duration);
+        end = LaterBy(now, std::chrono::milliseconds(duration));
     }
     if (PreHandleEasBaseCommand(duration, type, request) != 0) {
         LOGE("[%s:%d] PreHandleEasBaseCommand failed");

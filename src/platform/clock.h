@@ -30,4 +30,9 @@ inline TimePoint SteadyNow() {
     return GetClock().SteadyNow();
 }
 
+/// `span` (not negative) after `time`; the last time point of all when that lies beyond it.
+constexpr TimePoint LaterBy(TimePoint time, std::chrono::milliseconds span) {
+    return time > TimePoint::max() - span ? TimePoint::max() : time + span;
+}
+
 }  // namespace corebeacon

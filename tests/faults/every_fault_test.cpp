@@ -64,14 +64,17 @@ std::vector<Mishap> MishapsOf(OperationKind operation) {
 class EveryFault : public testing::TestWithParam<NodeKind> {
 protected:
     void Sweep(OperationKind operation) {
+        int runs = 0;
         for (Mishap mishap : MishapsOf(operation)) {
             for (bool happened = true; happened; ++mishap.nth) {
                 SCOPED_TRACE(mishap.Text());
                 ASSERT_LT(mishap.nth, kTooMany);
                 happened = Happens(mishap);
                 ASSERT_FALSE(HasFailure());
+                ++runs;
             }
         }
+        RecordProperty("runs", runs);
     }
 
 private:

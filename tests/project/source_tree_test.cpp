@@ -147,6 +147,36 @@ TEST(SourceTree, OnlyTheNodeSeamAndTheLogTouchFiles) {
         << "the check no longer recognises an access";
 }
 
+// What reads the time past the clock in force cannot be tested with a clock that a test moves, and
+// what waits on the wall clock goes wrong when somebody sets it.
+TEST(SourceTree, OnlyTheClockReadsTheTimeAndOnlyTextsAskForTheWallClock) {
+    const std::set<std::string> mayRead = {"src/platform/clock.h", "src/platform/clock.cpp"};
+    const std::set<std::string> mayTell = {"src/platform/clock.h", "src/platform/clock.cpp",
+                                           "src/platform/log.cpp",
+                                           "src/resources/frequency_group.cpp"};
+    const std::regex reading(
+        "(system|steady|high_resolution)_clock::now|(^|[^A-Za-z0-9_])(::|std::)?"
+        "(time|gettimeofday|clock_gettime|timespec_get|ftime)\\s*\\(");
+    std::set<std::string> readers;
+    std::set<std::string> tellers;
+    for (const SourceFile& file : SourcesIn({"include", "src"})) {
+        for (const std::string& line : file.lines) {
+            const std::string code = WithoutComment(WithoutTexts(line));
+            if (std::regex_search(code, reading)) {
+                readers.insert(file.path);
+                EXPECT_TRUE(mayRead.contains(file.path)) << file.path << ": " << line;
+            }
+            if (code.find("WallNow") != std::string::npos) {
+                tellers.insert(file.path);
+                EXPECT_TRUE(mayTell.contains(file.path)) << file.path << ": " << line;
+            }
+        }
+    }
+    EXPECT_TRUE(readers.contains("src/platform/clock.cpp"))
+        << "the check no longer recognises a reading";
+    EXPECT_EQ(tellers, mayTell);
+}
+
 TEST(SourceTree, TheLibraryKnowsNoTestBuild) {
     const std::regex conditional("^\\s*#\\s*(if|ifdef|ifndef|elif).*TEST");
     for (const SourceFile& file : SourcesIn({"include", "src", "tools"})) {

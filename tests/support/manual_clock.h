@@ -22,7 +22,17 @@ public:
         return mNow;
     }
 
-    WallTimePoint WallNow() const override { return WallTimePoint(SteadyNow().time_since_epoch()); }
+    /// Goes with the steady time, as many nanoseconds after its own epoch, until it is set.
+    WallTimePoint WallNow() const override {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return WallTimePoint(mNow.time_since_epoch() + mWallOffset);
+    }
+
+    /// Sets the wall clock forward, or back by a negative step, as a user or a time server does.
+    void ShiftWall(std::chrono::nanoseconds step) {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mWallOffset += step;
+    }
 
     void WaitUntil(CondVar& cond, Mutex& mutex, TimePoint deadline) override REQUIRES(mutex) {
         {
@@ -82,8 +92,9 @@ private:
         TimePoint deadline;
     };
     mutable std::mutex mMutex;
-    TimePoint mNow;                // guarded by mMutex
-    std::vector<Waiter> mWaiters;  // guarded by mMutex
+    TimePoint mNow;                           // guarded by mMutex
+    std::chrono::nanoseconds mWallOffset{0};  // guarded by mMutex
+    std::vector<Waiter> mWaiters;             // guarded by mMutex
 };
 
 }  // namespace corebeacon::test
