@@ -132,6 +132,21 @@ TEST_F(PerfResourceDump, ADumpThatNobodyFetchedIsNotTheAnswerToALaterQuestion) {
     EXPECT_EQ(text, GroupTexts() + kHistory);
 }
 
+TEST_F(PerfResourceDump, NotEvenAStopMakesAnOldDumpTheAnswerToALaterQuestion) {
+    for (const bool kind : {kLog, kBaseInfo}) {
+        Ask(kind);
+        Answer();
+    }
+    Ask(kLog);
+    Ask(kBaseInfo);
+    mResource->StopThread();
+    for (const bool kind : {kLog, kBaseInfo}) {
+        std::ostringstream out;
+        EXPECT_FALSE(mResource->WaitLogFinish(kind, out));
+        EXPECT_EQ(out.str(), "");
+    }
+}
+
 TEST_F(PerfResourceDump, ADeliveredDumpIsGone) {
     for (const bool kind : {kLog, kBaseInfo}) {
         Ask(kind);

@@ -71,6 +71,16 @@ TEST_F(DebugTest, EnablingTwiceStartsNothingMore) {
     EXPECT_EQ(Value(kMinL), "893000");
 }
 
+TEST_F(DebugTest, AScenarioThatGetsNoHandleMayBeTriedAgain) {
+    Start({.maxHandles = 1});
+    unsigned long other = 0;
+    ASSERT_EQ(mFront->PerfSetScenario(kPid, 1, other), 0);
+    EXPECT_EQ(Set("--game_mode_enable"), "set scenario 0 fail, ret = -1\n");
+    ASSERT_EQ(mFront->PerfRelease(kPid, other), 0);
+    EXPECT_EQ(Set("--game_mode_enable"), "");
+    EXPECT_EQ(Value(kMinL), "893000");
+}
+
 TEST_F(DebugTest, DisablingWhatWasNeverEnabledReleasesNothing) {
     EXPECT_EQ(Set("--game_mode_disable"), "release scenario 0, fail, handle invalid.\n");
     const std::string pid = std::to_string(::getpid());

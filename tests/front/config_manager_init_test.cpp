@@ -25,6 +25,12 @@ protected:
         return ids.size();
     }
 
+    std::string WorkModeText() const {
+        std::ostringstream out;
+        EXPECT_TRUE(mFront->DumpInfo(out, "--workMode"));
+        return out.str();
+    }
+
     LogCapture mLog;
 };
 
@@ -171,12 +177,11 @@ TEST_F(InitTest, TheStepsRunInTheirOrderAndTheFirstFailureEndsThem) {
     config.workMode = PERF_WORK_MODE_2;
     EXPECT_EQ(Init(config, events, {scenario, scenario}), -1);
     EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR).back(), "resource manager Init failed");
+    EXPECT_TRUE(WorkModeText().starts_with("\ncurrent mode = 0,")) << "the mode goes as well";
     config.qosXmlConfigMap.clear();
     EXPECT_EQ(Init(config, events, {scenario, scenario}), -1);
     EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR).back(), "event manager Init failed");
-    std::ostringstream out;
-    EXPECT_TRUE(mFront->DumpInfo(out, "--workMode"));
-    EXPECT_TRUE(out.str().starts_with("\ncurrent mode = 0,")) << "the mode goes as well";
+    EXPECT_TRUE(WorkModeText().starts_with("\ncurrent mode = 0,"));
     EXPECT_EQ(Init(BuiltinConfig(), {}, {scenario, scenario}), -1);
     EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR).back(), "scenario manager Init failed");
     EXPECT_EQ(Init(BuiltinConfig(), {}, {scenario}), 0);

@@ -195,6 +195,11 @@ TEST_F(DdrGroupTest, ABandwidthBeyondAnIntIsWrittenAsTheLargestOne) {
               Binary(kHighestInt));
 }
 
+TEST_F(DdrGroupTest, TheFirstBandwidthThatFitsNoIntIsWrittenAsTheLargestOne) {
+    constexpr float kTwoToThe21st = 2097152.0F;
+    EXPECT_EQ(Written(kInKhz, kTwoToThe21st, 1024000), Binary(kHighestInt));
+}
+
 TEST_F(DdrGroupTest, ANegativeCoefficientWritesTheFrequencyAsANumber) {
     EXPECT_EQ(Written(kInKhz, -0.1F, 1866000), Binary(1866000));
     EXPECT_EQ(mLog.Texts(), Texts{"############ [DDR] final write: min=1866000 \n"});
