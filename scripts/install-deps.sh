@@ -9,7 +9,7 @@ packages() {
     build) echo g++ cmake ninja-build libcli11-dev ;;
     test)
         echo libgtest-dev pkg-config clang libclang-rt-dev llvm clang-format clang-tidy \
-            g++-aarch64-linux-gnu qemu-user-static
+            g++-aarch64-linux-gnu qemu-user-static python3
         ;;
     kernel) echo qemu-system-arm device-tree-compiler cpio xz-utils ;;
     bench) echo libbenchmark-dev ;;

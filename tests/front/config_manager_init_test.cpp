@@ -25,9 +25,9 @@ protected:
         return ids.size();
     }
 
-    std::string WorkModeText() const {
+    std::string Text(const std::string& type) const {
         std::ostringstream out;
-        EXPECT_TRUE(mFront->DumpInfo(out, "--workMode"));
+        EXPECT_TRUE(mFront->DumpInfo(out, type));
         return out.str();
     }
 
@@ -177,11 +177,11 @@ TEST_F(InitTest, TheStepsRunInTheirOrderAndTheFirstFailureEndsThem) {
     config.workMode = PERF_WORK_MODE_2;
     EXPECT_EQ(Init(config, events, {scenario, scenario}), -1);
     EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR).back(), "resource manager Init failed");
-    EXPECT_TRUE(WorkModeText().starts_with("\ncurrent mode = 0,")) << "the mode goes as well";
+    EXPECT_TRUE(Text("--workMode").starts_with("\ncurrent mode = 0,")) << "the mode goes as well";
     config.qosXmlConfigMap.clear();
     EXPECT_EQ(Init(config, events, {scenario, scenario}), -1);
     EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR).back(), "event manager Init failed");
-    EXPECT_TRUE(WorkModeText().starts_with("\ncurrent mode = 0,"));
+    EXPECT_TRUE(Text("--workMode").starts_with("\ncurrent mode = 0,"));
     EXPECT_EQ(Init(BuiltinConfig(), {}, {scenario, scenario}), -1);
     EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR).back(), "scenario manager Init failed");
     EXPECT_EQ(Init(BuiltinConfig(), {}, {scenario}), 0);
@@ -192,8 +192,11 @@ TEST_F(InitTest, WithoutAThreadForTheBinderInitFailsAndMayBeTriedAgain) {
     const ConfigurableScenario scenario{0, {Ask(PERF_QOS_CPU_L, PERF_OPERATION_BOOST, 1000000)}};
     {
         const NoThreads noThreads;
-        EXPECT_EQ(Init(PerfDefaultConfig()), -1);
+        EXPECT_EQ(Init(PerfDefaultConfig(), OneStepEvent(19, PERF_QOS_CPU_L, 1000000), {scenario}),
+                  -1);
     }
+    EXPECT_EQ(Text("--event"), "") << "the tables go as well";
+    EXPECT_EQ(Text("--scenario"), "");
     ASSERT_EQ(mLog.Texts(LOG_LEVEL_ERROR).size(), 1U);
     EXPECT_TRUE(mLog.Texts(LOG_LEVEL_ERROR)[0].starts_with("starting the thread binder failed: "));
     EXPECT_EQ(Init(BuiltinConfig(), {}, {scenario}), 0);

@@ -268,6 +268,12 @@ TEST_F(LevelMapGroupTest, ADumpLeavesOutTheNodesForWhichTheBaseLevelHasNoText) {
     EXPECT_EQ(info[0].boostNode, kFirst);
 }
 
+TEST_F(LevelMapGroupTest, ADumpLeavesOutTheTextsOfTheBaseLevelForWhichThereIsNoNode) {
+    std::vector<SpecifiedGroupDumpInfo> info;
+    Make(Config("RAMP", {{1, {"5", "6", "7"}}})).DumpBaseValueAfterMapping(info);
+    EXPECT_EQ(info.size(), 2U);
+}
+
 TEST_F(LevelMapGroupTest, SuspensionClosesTheNodesAndResumingWritesTheLevelInForce) {
     LevelMapGroup& group = Make();
     const PerfGroupCommand command = Boost(2);
