@@ -233,8 +233,9 @@ class Finder:
         head = [self.text(index) for index in range(begin, opening)]
         before_name = head[:head.index("(")] if "(" in head else head
         body = self.tokens[opening + 1]
-        if body.text in ("}", "return"):
-            return
+        inside = [self.text(index) for index in range(opening + 1, self.partner[opening])]
+        if body.text in ("", "return") or inside.count(";") < 2:
+            return  # its one statement is changed anyway
         qualifiers = {"inline", "static", "explicit", "constexpr", "virtual", ":"}
         returned = [word for word in before_name if word not in qualifiers]
         # `A::A(` constructs, `void A::f(` has nothing to return.
