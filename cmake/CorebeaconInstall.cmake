@@ -1,5 +1,6 @@
-# What `cmake --install` lays down: the headers, both libraries, the program, and the two ways for
-# another build to find them (a CMake package and a pkg-config file). All of it is relocatable.
+# What `cmake --install` lays down: the headers, both libraries, the program with the schema of its
+# boards, and the two ways for another build to find them (a CMake package and a pkg-config file).
+# All of it is relocatable.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/corebeacon)
@@ -12,6 +13,7 @@ install(TARGETS corebeacon_shared corebeacon_static EXPORT corebeacon_targets
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(TARGET corebeacon)
   install(TARGETS corebeacon RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES tools/board/board.xsd DESTINATION ${CMAKE_INSTALL_DATADIR}/corebeacon)
 endif()
 
 install(EXPORT corebeacon_targets NAMESPACE corebeacon:: FILE corebeaconTargets.cmake

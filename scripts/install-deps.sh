@@ -6,10 +6,10 @@ set -eu
 
 packages() {
     case $1 in
-    build) echo g++ cmake ninja-build libcli11-dev ;;
+    build) echo g++ cmake ninja-build libcli11-dev libpugixml-dev ;;
     test)
         echo libgtest-dev pkg-config clang libclang-rt-dev llvm clang-format clang-tidy \
-            g++-aarch64-linux-gnu qemu-user-static python3
+            g++-aarch64-linux-gnu qemu-user-static libpugixml-dev:arm64 libxml2-utils python3
         ;;
     kernel) echo qemu-system-arm device-tree-compiler cpio xz-utils ;;
     bench) echo libbenchmark-dev ;;
@@ -54,6 +54,7 @@ apt() {
         exit 1
     }
 }
+case $missing in *:arm64*) $as_root dpkg --add-architecture arm64 ;; esac
 apt update
 # shellcheck disable=SC2086 # one word a package
 apt install -y --no-install-recommends $missing

@@ -5,7 +5,10 @@
 #include <cstring>
 #include <iomanip>
 #include <set>
+#include <tuple>
 
+#include "board/board_reader.h"
+#include "board/board_writer.h"
 #include "sim/eas_example.h"
 #include "support/deadline.h"
 #include "support/engine_fixture.h"
@@ -17,20 +20,27 @@ namespace {
 
 constexpr int kPid = 1001;
 
-class WholeTableTest : public EngineFixture,
-                       public ::testing::WithParamInterface<ChipTypeAvailableValue> {
+enum class Origin { COMPILED_IN, DESCRIBED };
+
+class WholeTableTest
+    : public EngineFixture,
+      public ::testing::WithParamInterface<std::tuple<ChipTypeAvailableValue, Origin>> {
 protected:
-    WholeTableTest() : EngineFixture(GetParam()) {}
+    WholeTableTest() : EngineFixture(std::get<0>(GetParam())) {}
 
     void SetUp() override {
         sim::AddEasNodes(*mDevice);
         PerfDefaultConfig config = BuiltinConfig();
         config.qosConfigMap.emplace(PERF_QOS_EAS, mEas);
+        mEvents = GetConfigurableEventVec(mChip);
+        mScenarios = GetConfigurableScenarioVec(mChip);
+        if (std::get<1>(GetParam()) == Origin::DESCRIBED) {
+            Describe(config);
+        }
         mFront = std::make_unique<ConfigManager>();
-        ASSERT_EQ(mFront->Init(config, GetConfigurableEventVec(mChip),
-                               GetConfigurableScenarioVec(mChip), ProbeEvent()),
-                  0);
+        ASSERT_EQ(mFront->Init(config, mEvents, mScenarios, ProbeEvent()), 0);
         NoteOwners(config.qosConfigMap);
+        NoteOwners(config.qosXmlConfigMap);
         Settle(*mFront);
         mDevice->ClearRecord();
     }
@@ -84,8 +94,22 @@ protected:
     ManualClock mClock;
     std::map<std::string, std::string> mBefore;
     const std::string mBaseBandwidth = "4012";  // 418 MHz x 9.6
+    std::vector<ConfigurableEvent> mEvents;
+    std::vector<ConfigurableScenario> mScenarios;
 
 private:
+    /// Puts what is read from a description of the tables in their place.
+    void Describe(PerfDefaultConfig& config) {
+        board::Board board = board::BuiltinBoard(mChip);
+        board.qos.emplace(PERF_QOS_EAS, board::AsLoaded(mEas));
+        mRead = board::ParseBoard(board::BoardText(board));
+        ASSERT_TRUE(mRead.errors.empty()) << mRead.errors.front().message;
+        config.qosConfigMap.clear();
+        config.qosXmlConfigMap = mRead.board.QosMap();
+        mEvents = mRead.board.events;
+        mScenarios = mRead.board.scenarios;
+    }
+
     void NoteOwners(const PerfQosConfigMap& table) {
         for (const auto& [qosId, config] : table) {
             for (const PerfGroupConfig& group : config.get().groups) {
@@ -111,6 +135,7 @@ private:
     }
 
     PerfQosEasConfig mEas = sim::MakeEasConfig();
+    board::ReadBoard mRead;
     std::map<std::string, PerfQosId> mOwners;
 };
 
@@ -124,7 +149,7 @@ TEST_P(WholeTableTest, EveryQosHasItsResource) {
 
 TEST_P(WholeTableTest, ScenariosAndEventsWriteWhatWasReviewed) {
     std::ostringstream out;
-    for (const ConfigurableScenario& scenario : GetConfigurableScenarioVec(mChip)) {
+    for (const ConfigurableScenario& scenario : mScenarios) {
         const std::string name = "scenario " + std::to_string(scenario.scenarioId);
         unsigned long handle = 0;
         ASSERT_EQ(mFront->PerfSetScenario(kPid, scenario.scenarioId, handle), 0);
@@ -133,7 +158,7 @@ TEST_P(WholeTableTest, ScenariosAndEventsWriteWhatWasReviewed) {
         out << name << " released\n" << NewWrites();
         ExpectBase(name);
     }
-    for (const ConfigurableEvent& event : GetConfigurableEventVec(mChip)) {
+    for (const ConfigurableEvent& event : mEvents) {
         const std::string name = "event " + std::to_string(event.eventId);
         std::set<unsigned int> times;
         for (const QosCommand& command : event.qosCommands) {
@@ -156,8 +181,10 @@ TEST_P(WholeTableTest, ScenariosAndEventsWriteWhatWasReviewed) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Chips, WholeTableTest,
-                         ::testing::Values(CHIP_TYPE_COMMON, CHIP_TYPE_VARIANT_1,
-                                           CHIP_TYPE_VARIANT_2));
+                         ::testing::Combine(::testing::Values(CHIP_TYPE_COMMON, CHIP_TYPE_VARIANT_1,
+                                                              CHIP_TYPE_VARIANT_2),
+                                            ::testing::Values(Origin::COMPILED_IN,
+                                                              Origin::DESCRIBED)));
 
 }  // namespace
 }  // namespace corebeacon::test

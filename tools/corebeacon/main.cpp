@@ -76,6 +76,8 @@ int Run(int argc, char** argv) {
     CLI::App* const table = app.add_subcommand("table", "print the QoS table of a chip");
     unsigned chip = 0;
     AddChip(*table, chip, "0 unless given");
+    bool isXml = false;
+    table->add_flag("--xml", isXml, "as the description of a board, to start one's own from");
 
     try {
         app.parse(argc, argv);
@@ -91,7 +93,8 @@ int Run(int argc, char** argv) {
     } else if (act->parsed()) {
         result = RunStatements(statements, options, std::cout, std::cerr);
     } else if (table->parsed()) {
-        result = PrintQosTable(chip, std::cout, std::cerr);
+        result = isXml ? PrintBoard(chip, std::cout, std::cerr)
+                       : PrintQosTable(chip, std::cout, std::cerr);
     }
     if (!std::cout.flush()) {
         std::cerr << "corebeacon: standard output cannot be written\n";

@@ -3,8 +3,11 @@
 #include <string>
 #include <vector>
 
+#include "board/board.h"
+#include "board/board_writer.h"
 #include "engine_session.h"
 #include "run_command.h"
+#include "sim/eas_example.h"
 #include "text_table.h"
 
 namespace corebeacon::tool {
@@ -55,14 +58,22 @@ void AddRows(TextTable& table, PerfQosId qosId, const PerfQosConfig& config) {
     }
 }
 
+/// Null, and said so, when the engine does not start.
+std::unique_ptr<EngineSession> StartOn(unsigned chip, std::ostream& diagnostics) {
+    SessionOptions options;
+    options.chip = chip;
+    std::unique_ptr<EngineSession> session = EngineSession::Start(options);
+    if (session == nullptr) {
+        diagnostics << "corebeacon: the engine does not start; its log above tells why\n";
+    }
+    return session;
+}
+
 }  // namespace
 
 int PrintQosTable(unsigned chip, std::ostream& out, std::ostream& diagnostics) {
-    SessionOptions options;
-    options.chip = chip;
-    const std::unique_ptr<EngineSession> session = EngineSession::Start(options);
+    const std::unique_ptr<EngineSession> session = StartOn(chip, diagnostics);
     if (session == nullptr) {
-        diagnostics << "corebeacon: the engine does not start; its log above tells why\n";
         return kExitFailed;
     }
     TextTable table;
@@ -79,6 +90,19 @@ int PrintQosTable(unsigned chip, std::ostream& out, std::ostream& diagnostics) {
     }
     const std::string text = missing.Text("  ");
     out << "\n" << (text.empty() ? "Every QoS has a resource.\n" : "Without a resource\n") << text;
+    return kExitDone;
+}
+
+int PrintBoard(unsigned chip, std::ostream& out, std::ostream& diagnostics) {
+    // The session's device answers what the tables ask the nodes.
+    const std::unique_ptr<EngineSession> session = StartOn(chip, diagnostics);
+    if (session == nullptr) {
+        return kExitFailed;
+    }
+    board::Board board = board::BuiltinBoard(chip);
+    board.qos.emplace(PERF_QOS_EAS, board::AsLoaded(sim::MakeEasConfig()));
+    board.probe = session->Probe();
+    out << board::BoardText(board);
     return kExitDone;
 }
 

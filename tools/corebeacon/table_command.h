@@ -8,4 +8,8 @@ namespace corebeacon::tool {
 /// Returns the program's exit code.
 int PrintQosTable(unsigned chip, std::ostream& out, std::ostream& diagnostics);
 
+/// The built-in tables of a chip as the description of a board, with the task groups and the probe
+/// of the simulated device. The rows are as built, not yet revised against a device.
+int PrintBoard(unsigned chip, std::ostream& out, std::ostream& diagnostics);
+
 }  // namespace corebeacon::tool

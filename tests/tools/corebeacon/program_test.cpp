@@ -53,6 +53,16 @@ TEST_F(Program, TellsItsVersion) {
     EXPECT_EQ(outcome.out, "corebeacon 5.1.0\n");
 }
 
+TEST_F(Program, WritesItsTablesAsADescription) {
+    const Outcome outcome = Run("table --xml --chip 2");
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.diagnostics, "");
+    EXPECT_TRUE(outcome.out.starts_with("<?xml version=\"1.0\""));
+    EXPECT_NE(outcome.out.find("<machine chip=\"2\""), std::string::npos);
+    EXPECT_NE(outcome.out.find("<eas min-boost"), std::string::npos);
+    EXPECT_NE(outcome.out.find("<probe node"), std::string::npos);
+}
+
 TEST_F(Program, ExplainsItself) {
     const Outcome outcome = Run("--help");
     EXPECT_EQ(outcome.exitCode, 0);
