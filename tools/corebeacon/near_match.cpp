@@ -46,11 +46,14 @@ std::size_t EditDistance(std::string_view a, std::string_view b) {
     return above[b.size()];
 }
 
-std::size_t Distance(const std::string& word, const std::string& candidate) {
+/// `limit` and above are all the same.
+std::size_t Distance(const std::string& word, const std::string& candidate, std::size_t limit) {
     if (word.size() >= kMinPrefixBytes && candidate.starts_with(word)) {
         return candidate == word ? 0 : 1;
     }
-    return EditDistance(word, candidate);
+    // Each letter that one word has more must be inserted or dropped, so most need no closer look.
+    const auto [shorter, longer] = std::minmax({word.size(), candidate.size()});
+    return longer - shorter >= limit ? limit : EditDistance(word, candidate);
 }
 
 }  // namespace
@@ -65,7 +68,7 @@ std::string DidYouMean(std::string_view word, const std::vector<std::string_view
     const std::size_t count = std::min(candidates.size(), kMaxCandidates);
     for (std::size_t i = 0; i < count; ++i) {
         const std::string_view candidate = candidates[i].substr(0, kMaxWordBytes);
-        const std::size_t distance = Distance(wanted, LowerCase(candidate));
+        const std::size_t distance = Distance(wanted, LowerCase(candidate), nearest);
         // A word of which every letter would change resembles nothing.
         if (distance < nearest && distance < std::max(wanted.size(), candidate.size())) {
             nearest = distance;

@@ -43,6 +43,17 @@ std::optional<std::int64_t> Number(std::string_view text) {
     return number;
 }
 
+bool IsPrintable(char letter) {
+    return letter >= ' ' && letter <= '~';
+}
+
+/// The key is the subject of an error about its value, unless it would make a mess of the message.
+std::string_view SubjectOf(const Token& key) {
+    constexpr std::size_t kLongest = 64;
+    const bool isPlain = key.text.size() <= kLongest && std::ranges::all_of(key.text, IsPrintable);
+    return isPlain ? key.text : "the value";
+}
+
 /// In words, for errors; nobody wants to read the limits of an int.
 std::string RangeText(std::int64_t min, std::int64_t max) {
     if (min == kMinInt && max == kMaxInt) {
@@ -93,7 +104,7 @@ std::string Quoted(std::string_view text) {
     constexpr std::string_view kHexDigits = "0123456789abcdef";
     std::string quoted = "'";
     for (const char letter : text.substr(0, kShown)) {
-        if (letter >= ' ' && letter <= '~') {
+        if (IsPrintable(letter)) {
             quoted += letter;
         } else {
             const auto byte = static_cast<unsigned char>(letter);
@@ -173,9 +184,8 @@ std::optional<QosValue> ParseQosValue(const Token& key, const Token& value, Erro
         groupId = ParseNumber(key.Part(first + 1, last - first - 1), "a group", 0, kMaxInt, errors);
     }
     const auto operation = ParseOperation(key.Part(last + 1), errors);
-    const auto number =
-        ParseNumber(value, key.text.size() <= 64 ? key.text : std::string_view("the value"),
-                    std::numeric_limits<std::int32_t>::min(), kMaxInt, errors);
+    const auto number = ParseNumber(value, SubjectOf(key), std::numeric_limits<std::int32_t>::min(),
+                                    kMaxInt, errors);
     if (!qosId || !groupId || !operation || !number) {
         return std::nullopt;
     }

@@ -159,6 +159,12 @@ TEST(ScriptParser, AValueIsAWholeNumberOf32Bits) {
               Texts{"1:15: 'GPU.limit' lacks its value: write '=' and a number"});
 }
 
+TEST(ScriptParser, AKeyThatCannotBePrintedIsNoSubjectOfAnError) {
+    EXPECT_EQ(ErrorsOf("request pid=1 GPU.boost\x1b[2J=x"),
+              (Texts{"1:19: a QoS has boost and limit, but no 'boost\\x1b[2J'",
+                     "1:29: the value takes a whole number of 32 bits, not 'x'"}));
+}
+
 TEST(ScriptParser, AValueIsGivenOnce) {
     EXPECT_EQ(ErrorsOf("request pid=1 GPU.boost=1 GPU.limit=2 GPU.0.boost=3"),
               Texts{"1:39: 'GPU.0.boost' is given twice"});
