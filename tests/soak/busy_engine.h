@@ -6,24 +6,13 @@
 #include <map>
 #include <string>
 
-#include "corebeacon/log.h"
 #include "sim/eas_example.h"
 #include "support/deadline.h"
 #include "support/engine_fixture.h"
 #include "support/random_requests.h"
+#include "support/silent_log.h"
 
 namespace corebeacon::test {
-
-/// Callers at random are refused so often that their errors would hide what matters.
-class SilentLog : public LogSink {
-public:
-    SilentLog() { SetLogSink(this); }
-    ~SilentLog() override { SetLogSink(nullptr); }
-    SilentLog(const SilentLog&) = delete;
-    SilentLog& operator=(const SilentLog&) = delete;
-
-    void Write(int, const char*, const char*) noexcept override {}
-};
 
 class BusyEngineFixture : public EngineFixture {
 protected:
