@@ -8,6 +8,7 @@
 #include "sim/simulated_device.h"
 #include "support/log_capture.h"
 #include "support/scoped_node_io.h"
+#include "support/scripted_node_io.h"
 
 namespace corebeacon {
 namespace {
@@ -208,6 +209,17 @@ TEST_F(IoctlLevelMapGroupTest, ARefusedRequestIsLogged) {
     group.DoConfig(kRaised, kNoLimit);
     EXPECT_EQ(mDevice.IoctlsTo(kFirst), Requests{SetPrio(3, 5)});
     EXPECT_EQ(mDevice.Operations(OperationKind::OPEN).size(), 1U) << "it is kept through a refusal";
+}
+
+TEST_F(IoctlLevelMapGroupTest, ZeroIsADescriptorToo) {
+    test::ScriptedNodeIo io(0);
+    const ScopedNodeIo scope(io);
+    IoctlLevelMapGroup& group = Make();
+    group.DoConfig(kRaised, kNoLimit);
+    group.DoConfig(kDefault, kNoLimit);
+    EXPECT_EQ(io.Trace(), (Texts{"open /dev/prio_first = 0", "ioctl 0 " + std::to_string(kSet),
+                                 "ioctl 0 " + std::to_string(kReset)}));
+    mGroup.reset();
 }
 
 TEST_F(IoctlLevelMapGroupTest, TheDeviceStaysOpenUntilClosed) {

@@ -9,6 +9,7 @@
 #include "sim/simulated_device.h"
 #include "support/log_capture.h"
 #include "support/scoped_node_io.h"
+#include "support/scripted_node_io.h"
 
 namespace corebeacon {
 namespace {
@@ -138,6 +139,18 @@ TEST_F(LevelMapGroupTest, NodesOfTheRemainderMayBeMissing) {
     EXPECT_EQ(mDevice.Operations(OperationKind::OPEN).size(), 1U);
     EXPECT_EQ(TakeWrites(),
               (Writes{{kFirst, "5"}, {kSecond, "6"}, {kFirst, "10"}, {kSecond, "20"}}));
+}
+
+TEST_F(LevelMapGroupTest, ZeroIsADescriptorToo) {
+    test::ScriptedNodeIo io(0);
+    const ScopedNodeIo scope(io);
+    LevelMapGroup& group = Make(Config("REMAINDER"));
+    group.DoConfig(2, kNoLimit);
+    group.DoConfig(1, kNoLimit);
+    EXPECT_EQ(io.Trace(),
+              (Texts{"open /level/first = 0", "write 0 10 = 2", "open /level/second = 1",
+                     "write 1 20 = 2", "write 0 5 = 1", "write 1 6 = 1"}));
+    mGroup.reset();
 }
 
 TEST_F(LevelMapGroupTest, NodesStayOpenUntilClosed) {

@@ -20,6 +20,9 @@ class ScriptedNodeIo : public NodeIo {
 public:
     static constexpr int kFirstFd = 100;
 
+    /// Descriptors are handed out from `firstFd` upwards.
+    explicit ScriptedNodeIo(int firstFd = kFirstFd) : mNextFd(firstFd) {}
+
     /// The next Open, Write, Read or Close that has nothing queued before it fails with `error`.
     void FailNextOpen(int error) { Queue(mOpenErrors, error); }
     void FailNextWrite(int error) { Queue(mWriteErrors, error); }
@@ -161,7 +164,7 @@ private:
     std::map<int, OpenNode> mOpen;
     std::vector<std::string> mTrace;
     std::vector<std::string> mWritten;
-    int mNextFd = kFirstFd;
+    int mNextFd;
     int mLastOpenFlags = 0;
 };
 
