@@ -2,14 +2,12 @@
 
 #include <fcntl.h>
 
-#include <string>
-
 namespace corebeacon::bench {
 
-BareWorker::BareWorker(CountingDevice& device)
+BareWorker::BareWorker(TmpfsDevice& device, const std::string& name)
     : mDevice(device),
-      mMinFd(device.Open("min", O_WRONLY)),
-      mMaxFd(device.Open("max", O_WRONLY)),
+      mMinFd(device.Open((name + "/min").c_str(), O_WRONLY)),
+      mMaxFd(device.Open((name + "/max").c_str(), O_WRONLY)),
       mThread(&BareWorker::Run, this) {}
 
 BareWorker::~BareWorker() {
@@ -19,33 +17,29 @@ BareWorker::~BareWorker() {
     }
     mCond.notify_one();
     mThread.join();
-    mDevice.Close(mMinFd);
-    mDevice.Close(mMaxFd);
 }
 
-void BareWorker::Push(int value) {
-    {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        mQueue.push_back(value);
-    }
+void BareWorker::Push(const BareChange& change) {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mQueue.push_back(&change);
     mCond.notify_one();
 }
 
 void BareWorker::Run() {
     while (true) {
-        int value = 0;
+        const BareChange* change = nullptr;
         {
             std::unique_lock<std::mutex> lock(mMutex);
             mCond.wait(lock, [this] { return mStop || !mQueue.empty(); });
             if (mStop) {
                 return;
             }
-            value = mQueue.front();
+            change = mQueue.front();
             mQueue.pop_front();
         }
-        WriteText(mMaxFd, value);
-        WriteText(mMinFd, value);
-        WriteText(mMaxFd, value);
+        for (int i = 0; i < change->writes; ++i) {
+            WriteText(i % 2 == 0 ? mMaxFd : mMinFd, change->value);
+        }
     }
 }
 
