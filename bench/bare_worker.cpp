@@ -20,8 +20,10 @@ BareWorker::~BareWorker() {
 }
 
 void BareWorker::Push(const BareChange& change) {
-    const std::lock_guard<std::mutex> lock(mMutex);
-    mQueue.push_back(&change);
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mQueue.push_back(&change);
+    }
     mCond.notify_one();
 }
 

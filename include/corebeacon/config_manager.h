@@ -29,7 +29,7 @@ namespace corebeacon {
 class CommandManager;
 class CommandWrapper;
 class ResourceManager;
-struct QosInfoInt;
+class QosInfos;
 enum PerfCommandType : std::uint32_t;
 
 /// The bounds of a handle table. A host that serves more clients passes its own.
@@ -165,11 +165,10 @@ private:
 
     int PreHandleEasBaseCommand(unsigned int duration, PerfCommandType& type,
                                 const std::vector<PerfRequestInfo>& request) const;
-    std::vector<QosInfoInt> RequestFilter(const std::vector<PerfRequestInfo>& request) const;
-    int RequestValidate(PerfCommandType type, std::vector<QosInfoInt>& request,
-                        PerfQosId& invalid) const;
+    QosInfos RequestFilter(const std::vector<PerfRequestInfo>& request) const;
+    int RequestValidate(PerfCommandType type, QosInfos& request, PerfQosId& invalid) const;
     GroupValueMap BuildGroupInfo(const std::vector<GroupInfo>& groups) const;
-    GroupValueMap MergeGroupInfo(const GroupValueMap& existing, const GroupValueMap& added) const;
+    void MergeGroupInfo(GroupValueMap& existing, const GroupValueMap& added) const;
     void AddSysTraceName(const std::vector<PerfRequestInfo>& request) const;
     int HandleProbeEvent(const std::vector<unsigned int>& params);
     int HandleTableEvent(PerfEventId eventId, const std::vector<unsigned int>& params);

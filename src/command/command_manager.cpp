@@ -12,6 +12,9 @@ constexpr const char* LOG_TAG = "PF_CMD_MGR";
 
 constexpr int kNoProbeHandle = 2;
 
+/// As many as a table begins with.
+constexpr std::size_t kFewBuckets = 16;
+
 /// The items of an event or probe have times of their own. Were the command filed under its own
 /// end, the table would forget it while its values are still in force.
 void ExtendEndToItems(CommandWrapper& cmd) {
@@ -161,7 +164,7 @@ int CommandManager::StoreCommand(int owner, unsigned long handle, std::uint32_t 
             return -1;
     }
     cmd.FillInHandle(handle);
-    if (!mCommands[owner].try_emplace(handle, cmd).second) {
+    if (!InsertCommand(owner, handle, cmd)) {
         LOGE("[%s:%d] handle duplicate: %lu", handle);
         --mLiveHandles;
         return -1;
@@ -171,6 +174,35 @@ int CommandManager::StoreCommand(int owner, unsigned long handle, std::uint32_t 
         mEndTimes.Insert({owner, handle, cmd.GetEndTime(), kind});
     }
     return 0;
+}
+
+bool CommandManager::InsertCommand(int owner, unsigned long handle, const CommandWrapper& cmd) {
+    if (mSpareCommand.empty()) {
+        return CommandsOf(owner).try_emplace(handle, cmd).second;
+    }
+    mSpareCommand.key() = handle;
+    mSpareCommand.mapped() = cmd;
+    auto inserted = CommandsOf(owner).insert(std::move(mSpareCommand));
+    mSpareCommand = std::move(inserted.node);
+    return inserted.inserted;
+}
+
+HandleCommandMap& CommandManager::CommandsOf(int owner) {
+    if (mSpareOwner.empty()) {
+        return mCommands[owner];
+    }
+    mSpareOwner.key() = owner;
+    auto inserted = mCommands.insert(std::move(mSpareOwner));
+    mSpareOwner = std::move(inserted.node);
+    return inserted.position->second;
+}
+
+void CommandManager::DropOwner(OwnerMap::iterator owner) {
+    mSpareOwner = mCommands.extract(owner);
+    if (mSpareOwner.mapped().bucket_count() > kFewBuckets) {
+        // The buckets of an owner of very many would stay as many.
+        mSpareOwner.mapped() = HandleCommandMap();
+    }
 }
 
 void CommandManager::ClearExpiredHandle(const TimePoint& now) {
@@ -192,7 +224,7 @@ void CommandManager::DropExpired(const EndTimeRecord& record) {
     }
     --mLiveHandles;
     if (owner->second.empty()) {
-        mCommands.erase(owner);
+        DropOwner(owner);
     }
 }
 

@@ -27,6 +27,8 @@ inline constexpr unsigned long kFirstHandle = 1;
 using HandleCommandMap = std::unordered_map<unsigned long, CommandWrapper>;
 
 class CommandManager {
+    using OwnerMap = std::unordered_map<int, HandleCommandMap>;
+
 public:
     /// Sizes of the tables.
     struct Counts {
@@ -105,6 +107,12 @@ private:
         REQUIRES(mMutex);
     /// Moves a stored command into `out`, with all that the tables say of it; false if not stored.
     bool TakeCommand(int owner, unsigned long handle, CommandWrapper& out) REQUIRES(mMutex);
+    /// Stores a copy of `cmd`; false if the handle is taken.
+    bool InsertCommand(int owner, unsigned long handle, const CommandWrapper& cmd) REQUIRES(mMutex);
+    /// The commands of an owner, who may be new.
+    HandleCommandMap& CommandsOf(int owner) REQUIRES(mMutex);
+    /// Forgets an owner who has no command left.
+    void DropOwner(OwnerMap::iterator owner) REQUIRES(mMutex);
     /// Turns a command that has left the table into its release.
     int TurnIntoRelease(CommandWrapper& cmd) REQUIRES(mMutex);
 
@@ -119,7 +127,11 @@ private:
     unsigned int mLiveHandles GUARDED_BY(mMutex) = 0;
     unsigned long mNextHandle GUARDED_BY(mMutex);
     EndTimeIndex mEndTimes GUARDED_BY(mMutex);
-    std::unordered_map<int, HandleCommandMap> mCommands GUARDED_BY(mMutex);
+    OwnerMap mCommands GUARDED_BY(mMutex);
+    // What left the table last, kept without its content for who comes next: most clients hold one
+    // request at a time, and would ask the heap for both each time.
+    OwnerMap::node_type mSpareOwner GUARDED_BY(mMutex);
+    HandleCommandMap::node_type mSpareCommand GUARDED_BY(mMutex);
     /// Event id and handle. An ordered set serves as a multimap whose single entry is found fast.
     std::set<std::pair<PerfEventId, unsigned long>> mEvents GUARDED_BY(mMutex);
     std::unordered_map<int, unsigned long> mProbes GUARDED_BY(mMutex);

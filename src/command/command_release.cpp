@@ -1,4 +1,6 @@
 // The builders of release commands: the half of CommandManager that takes commands out again.
+#include <utility>
+
 #include "command/command_manager.h"
 #include "platform/clock.h"
 #include "platform/logging.h"
@@ -148,10 +150,10 @@ bool CommandManager::TakeCommand(int owner, unsigned long handle, CommandWrapper
     if (stored == commands->second.end()) {
         return false;
     }
-    out = std::move(stored->second);
-    commands->second.erase(stored);
+    mSpareCommand = commands->second.extract(stored);
+    out = std::exchange(mSpareCommand.mapped(), CommandWrapper());
     if (commands->second.empty()) {
-        mCommands.erase(commands);
+        DropOwner(commands);
     }
     --mLiveHandles;
     // A main thread's id is its process's pid, so a probe can also be released as a request.

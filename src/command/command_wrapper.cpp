@@ -55,17 +55,17 @@ void CommandWrapper::FillInWorkMode(PerfWorkMode mode) {
     }
 }
 
-void CommandWrapper::InsertRequestCommand(PerfQosId qos, const GroupValueMap& groups) {
-    InsertEventCommand(qos, mStartTime, mEndTime, groups);
+void CommandWrapper::InsertRequestCommand(PerfQosId qos, GroupValueMap groups) {
+    InsertEventCommand(qos, mStartTime, mEndTime, std::move(groups));
 }
 
 void CommandWrapper::InsertEventCommand(PerfQosId qos, const TimePoint& start, const TimePoint& end,
-                                        const GroupValueMap& groups) {
+                                        GroupValueMap groups) {
     auto item = std::make_shared<PerfCommandItem>();
     item->qosId = qos;
     item->startTime = start;
     item->endTime = end;
-    item->groups = groups;
+    item->groups = std::move(groups);
     InsertItem(std::move(item));
 }
 

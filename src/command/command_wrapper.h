@@ -8,10 +8,10 @@
 #include <memory>
 #include <sstream>
 #include <string>
-#include <vector>
 
 #include "command/handle.h"
 #include "corebeacon/perf_types.h"
+#include "platform/small_vector.h"
 
 namespace corebeacon {
 
@@ -35,6 +35,9 @@ struct QosInfoInt {
     GroupValueMap groups;
 };
 
+/// A request, ascending by QoS, each of which occurs once.
+class QosInfos : public SmallVector<QosInfoInt, 1> {};
+
 /// The part of a command that goes to one resource.
 struct PerfCommandItem {
     PerfQosId qosId = PERF_QOS_CPU_L;
@@ -44,6 +47,9 @@ struct PerfCommandItem {
     TimePoint endTime;  ///< the epoch for a command without end
     GroupValueMap groups;
 };
+
+/// One item for each addressed resource, in the order in which they were inserted.
+using CommandItems = SmallVector<std::shared_ptr<PerfCommandItem>, 1>;
 
 class CommandWrapper {
 public:
@@ -61,7 +67,7 @@ public:
     void SetEndTime(const TimePoint& end) { mEndTime = end; }
     /// Milliseconds, as the caller gave them.
     unsigned int GetDuration() const { return mDuration; }
-    const std::vector<std::shared_ptr<PerfCommandItem>>& GetItems() const { return mItems; }
+    const CommandItems& GetItems() const { return mItems; }
     /// Whether a bound thread belongs to the command; it may then be without items.
     bool IsProbe() const { return mIsProbe; }
 
@@ -73,10 +79,12 @@ public:
     void FillInWorkMode(PerfWorkMode mode);
 
     /// Appends an item with the wrapper's own times.
-    void InsertRequestCommand(PerfQosId qos, const GroupValueMap& groups);
+    void InsertRequestCommand(PerfQosId qos, GroupValueMap groups);
     /// Appends an item with times of its own. The wrapper's end stays as it is.
     void InsertEventCommand(PerfQosId qos, const TimePoint& start, const TimePoint& end,
-                            const GroupValueMap& groups);
+                            GroupValueMap groups);
+    /// Makes room for `count` items.
+    void ReserveItems(std::size_t count) { mItems.reserve(count); }
     /// Appends the one item by which a work mode is broadcast; the resource manager sends it to
     /// all.
     void InsertWorkModeCommand();
@@ -102,7 +110,7 @@ private:
     unsigned long mHandle = kNoHandle;
     TimePoint mStartTime;
     TimePoint mEndTime;
-    std::vector<std::shared_ptr<PerfCommandItem>> mItems;
+    CommandItems mItems;
     unsigned int mDuration = 0;
     bool mIsProbe = false;
 };

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "corebeacon/perf_types.h"
+#include "platform/node_pool.h"
 
 namespace corebeacon {
 
@@ -44,7 +45,9 @@ private:
         }
     };
 
-    std::set<EndTimeRecord, ByEndAndHandle> mRecords;
+    NodePool mPool;
+    std::set<EndTimeRecord, ByEndAndHandle, PoolAllocator<EndTimeRecord>> mRecords{
+        PoolAllocator<EndTimeRecord>(mPool)};
 };
 
 }  // namespace corebeacon

@@ -1,7 +1,5 @@
 #include "command/work_mode_manager.h"
 
-#include <algorithm>
-
 #include "command/handle.h"
 #include "platform/logging.h"
 #include "platform/plain_format.h"
@@ -32,7 +30,7 @@ int WorkModeManager::InitWorkMode(PerfWorkMode mode) {
 
 int WorkModeManager::SetWorkMode(unsigned long handle, unsigned int mode, PerfWorkMode& result) {
     MutexLock lock(mMutex);
-    if (mHandleSet.contains(handle)) {
+    if (mByHandle.contains(handle)) {
         LOGE("[%s:%d] invalid handle: %lu", handle);
         return -1;
     }
@@ -40,20 +38,19 @@ int WorkModeManager::SetWorkMode(unsigned long handle, unsigned int mode, PerfWo
         LOGE("[%s:%d] invalid mode id: %u", mode);
         return -1;
     }
-    mHandleSet.insert(handle);
-    mModeSet.insert({handle, static_cast<PerfWorkMode>(mode)});
+    mByHandle[handle] = mModeSet.insert({handle, static_cast<PerfWorkMode>(mode)});
     return UpdateCurrWorkMode(result);
 }
 
 int WorkModeManager::ReleaseWorkMode(unsigned long handle, PerfWorkMode& result) {
     MutexLock lock(mMutex);
-    if (mHandleSet.erase(handle) == 0) {
+    const auto mode = mByHandle.find(handle);
+    if (mode == mByHandle.end()) {
         LOGE("[%s:%d] invalid handle: %lu", handle);
         return -1;
     }
-    mModeSet.erase(
-        std::find_if(mModeSet.begin(), mModeSet.end(),
-                     [handle](const WorkModeInfo& info) { return info.handle == handle; }));
+    mModeSet.erase(mode->second);
+    mByHandle.erase(mode);
     LOGD("[%s:%d] release mode succ");
     return UpdateCurrWorkMode(result);
 }

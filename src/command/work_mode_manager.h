@@ -5,6 +5,7 @@
 
 #include <set>
 #include <sstream>
+#include <unordered_map>
 
 #include "corebeacon/perf_types.h"
 #include "platform/mutex.h"
@@ -43,14 +44,17 @@ public:
     void Dump(std::ostringstream& out) const;
 
 private:
+    using ModeSet = std::multiset<WorkModeInfo, ModeSetCompare>;
+
     /// Follows the first of the mode set; 1 when that changes the mode in force.
     int UpdateCurrWorkMode(PerfWorkMode& result) REQUIRES(mMutex);
 
     mutable Mutex mMutex;
     // guarded by mMutex
     PerfWorkMode mCurrMode GUARDED_BY(mMutex) = PERF_WORK_MODE_0;
-    std::multiset<WorkModeInfo, ModeSetCompare> mModeSet GUARDED_BY(mMutex);
-    std::set<unsigned long> mHandleSet GUARDED_BY(mMutex);
+    ModeSet mModeSet GUARDED_BY(mMutex);
+    // Equal modes may be very many, so a release finds its mode by handle.
+    std::unordered_map<unsigned long, ModeSet::iterator> mByHandle GUARDED_BY(mMutex);
 };
 
 }  // namespace corebeacon

@@ -64,10 +64,11 @@ void ScenarioManager::Update(ScenarioTable table) {
     mTable = std::move(table);
 }
 
-std::map<PerfQosId, GroupValueMap> ScenarioManager::ScenarioIdToQosInfo(
+const std::map<PerfQosId, GroupValueMap>& ScenarioManager::ScenarioIdToQosInfo(
     PerfScenarioId scenarioId) const {
+    static const std::map<PerfQosId, GroupValueMap> nothing;
     const auto found = mTable.find(scenarioId);
-    return found != mTable.end() ? found->second : std::map<PerfQosId, GroupValueMap>{};
+    return found != mTable.end() ? found->second : nothing;
 }
 
 void ScenarioManager::Dump(std::ostringstream& out) const {

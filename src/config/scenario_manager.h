@@ -27,8 +27,8 @@ public:
     /// Puts `table` in force.
     void Update(ScenarioTable table);
 
-    /// What the scenario asks for; empty for an unknown id.
-    std::map<PerfQosId, GroupValueMap> ScenarioIdToQosInfo(PerfScenarioId scenarioId) const;
+    /// What the scenario asks for; empty for an unknown id. Valid until the next Update.
+    const std::map<PerfQosId, GroupValueMap>& ScenarioIdToQosInfo(PerfScenarioId scenarioId) const;
 
     /// Writes the table in force as text: scenario, QoS, group, then <operation, value> pairs.
     void Dump(std::ostringstream& out) const;

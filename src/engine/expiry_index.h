@@ -4,10 +4,13 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "corebeacon/perf_types.h"
+#include "platform/node_pool.h"
 
 namespace corebeacon {
 
@@ -15,7 +18,9 @@ namespace corebeacon {
 template <typename Token>
 class ExpiryIndex {
 public:
-    using Iterator = typename std::multimap<TimePoint, Token>::iterator;
+    using Entries = std::multimap<TimePoint, Token, std::less<>,
+                                  PoolAllocator<std::pair<const TimePoint, Token>>>;
+    using Iterator = typename Entries::iterator;
 
     explicit ExpiryIndex(std::size_t maxExpired) : mMaxExpired(maxExpired) {}
 
@@ -51,7 +56,8 @@ public:
 
 private:
     const std::size_t mMaxExpired;
-    std::multimap<TimePoint, Token> mByEnd;
+    NodePool mPool;
+    Entries mByEnd{typename Entries::allocator_type(mPool)};
     TimePoint mSweptTo = TimePoint::min();  // mExpiredCount counts the ends up to here
     std::size_t mExpiredCount = 0;
 };

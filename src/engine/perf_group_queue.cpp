@@ -17,7 +17,10 @@ bool WaitingQueCompare(const PerfGroupQueItem& a, const PerfGroupQueItem& b) {
 }
 
 PerfGroupQueue::PerfGroupQueue(Order order, ItemLife life, const PerfGroupQueItem& head)
-    : mOrder(order), mLife(life), mHead(head), mQueued(order) {}
+    : mOrder(order),
+      mLife(life),
+      mHead(head),
+      mQueued(order, PoolAllocator<PerfGroupQueItem>(mQueuedPool)) {}
 
 const PerfGroupQueItem* PerfGroupQueue::FindQueued(unsigned long handle) const {
     const auto entry = mByHandle.find(handle);

@@ -4,12 +4,15 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <set>
 #include <unordered_map>
+#include <utility>
 
 #include "command/handle.h"
 #include "corebeacon/perf_types.h"
 #include "engine/expiry_index.h"
+#include "platform/node_pool.h"
 
 namespace corebeacon {
 
@@ -32,7 +35,7 @@ bool WaitingQueCompare(const PerfGroupQueItem& a, const PerfGroupQueItem& b);
 class PerfGroupQueue {
 public:
     using Order = bool (*)(const PerfGroupQueItem&, const PerfGroupQueItem&);
-    using Multiset = std::multiset<PerfGroupQueItem, Order>;
+    using Multiset = std::multiset<PerfGroupQueItem, Order, PoolAllocator<PerfGroupQueItem>>;
 
     /// Whether the items' end times mean anything to the queue.
     enum class ItemLife { TIMED, UNTIMED };
@@ -82,7 +85,9 @@ private:
         Multiset::iterator queued;
         ExpiryIndex<Multiset::iterator>::Iterator expiry;  // only in a queue of timed items
     };
-    using HandleIndex = std::unordered_multimap<unsigned long, Place>;
+    using HandleIndex =
+        std::unordered_multimap<unsigned long, Place, std::hash<unsigned long>, std::equal_to<>,
+                                PoolAllocator<std::pair<const unsigned long, Place>>>;
 
     bool RankEqual(const PerfGroupQueItem& a, const PerfGroupQueItem& b) const;
     void Insert(const PerfGroupQueItem& item);
@@ -93,9 +98,11 @@ private:
     const Order mOrder;
     const ItemLife mLife;
     PerfGroupQueItem mHead;
+    NodePool mQueuedPool;
     Multiset mQueued;
     // Equal values may be very many, so a release finds its item by handle.
-    HandleIndex mByHandle;
+    NodePool mByHandlePool;
+    HandleIndex mByHandle{HandleIndex::allocator_type(mByHandlePool)};
     ExpiryIndex<Multiset::iterator> mExpiry{kMaxExpired};
 };
 

@@ -137,11 +137,11 @@ int PerfResource::NormalCommandProcess(const PerfCommandItem& item,
     }
     const TimePoint now = SteadyNow();
     for (const auto& [groupId, values] : item.groups) {
-        const std::shared_ptr<PerfGroup> group = GetPerfGroupPtr(groupId);
-        if (group == nullptr) {
+        if (!IsValidPerfGroupId(groupId) || mGroups[groupId] == nullptr) {
             LOGE("[%s:%d] [%s] GetPerfGroupPtr failed for group id %u", mName.c_str(), groupId);
             return -1;
         }
+        const std::shared_ptr<PerfGroup>& group = mGroups[groupId];
         group->UpdateCurrTimePoint(now);
         const PerfGroupCommand command{item.handle, item.startTime, item.endTime, values};
         if (handler(group, command) < 0) {

@@ -12,7 +12,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -26,6 +25,7 @@
 #include "corebeacon/qos_config.h"
 #include "engine/dump_info.h"
 #include "engine/perf_group.h"
+#include "platform/fifo.h"
 #include "platform/mutex.h"
 #include "platform/thread_annotations.h"
 
@@ -91,7 +91,7 @@ public:
     void RequestStop() EXCLUDES(mFifoMutex);
 
     /// Queues a command and returns 0 at once. Any thread.
-    int SendCommandToFifoQ(const PerfCommand& command) EXCLUDES(mFifoMutex);
+    int SendCommandToFifoQ(PerfCommand command) EXCLUDES(mFifoMutex);
 
     /// Waits, without a time limit, for the dump that the caller has queued a command for, and
     /// appends it to `out`: base information when `isBaseInfo`, else the log. False, with nothing
@@ -154,7 +154,7 @@ private:
 
     Mutex mFifoMutex;
     CondVar mFifoCond;
-    std::deque<PerfCommand> mFifo GUARDED_BY(mFifoMutex);
+    Fifo<PerfCommand> mFifo GUARDED_BY(mFifoMutex);
     bool mStop GUARDED_BY(mFifoMutex) = false;
 
     // How many dumps of a kind were queued: [0] logs, [1] base information.

@@ -274,7 +274,7 @@ int ResourceManager::SendCmdToResources(const CommandWrapper& command) {
             LOGE("[%s:%d] command ptr is NULL!");
             return -1;
         }
-        const std::shared_ptr<PerfResource> resource = GetResourcePtr(item->qosId);
+        PerfResource* const resource = FindResource(item->qosId);
         if (resource == nullptr) {
             LOGE("[%s:%d] resource ptr is NULL for qos id %u", item->qosId);
             return -1;
@@ -303,11 +303,15 @@ int ResourceManager::SendWorkModeCmd(const CommandWrapper& command) {
 }
 
 std::shared_ptr<PerfResource> ResourceManager::GetResourcePtr(PerfQosId qosId) const {
+    return FindResource(qosId) != nullptr ? mResources[qosId] : nullptr;
+}
+
+PerfResource* ResourceManager::FindResource(PerfQosId qosId) const {
     if (qosId >= mResources.size()) {
         LOGE("[%s:%d] invalid qos id: %u", qosId);
         return nullptr;
     }
-    return mResources[qosId];
+    return mResources[qosId].get();
 }
 
 void ResourceManager::GetResourceIds(std::vector<PerfQosId>& ids) const {

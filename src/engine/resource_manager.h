@@ -47,6 +47,8 @@ public:
 
     /// Null for a QoS without a resource.
     std::shared_ptr<PerfResource> GetResourcePtr(PerfQosId qosId) const;
+    /// The same for a caller who needs it only while the manager lives and is not cleared.
+    PerfResource* FindResource(PerfQosId qosId) const;
     /// Appends the ids of all resources, ascending.
     void GetResourceIds(std::vector<PerfQosId>& ids) const;
     /// Whether every row names at least one node.

@@ -1,5 +1,6 @@
-#include <map>
+#include <algorithm>
 #include <string>
+#include <utility>
 
 #include "corebeacon/config_manager.h"
 #include "front/config_manager_state.h"
@@ -24,7 +25,9 @@ int ConfigManager::PerfRequest(int pid, unsigned int duration,
     const TimePoint now = SteadyNow();
     PerfCommandType type = PERF_COMMAND_LONG_START;
     TimePoint end{};
-    AddSysTraceName(request);
+    if (SysWrapper::IsSysTraceEnabled()) {
+        AddSysTraceName(request);
+    }
     if (duration != 0) {
         if (duration < kMinDurationMs || duration > kMaxDurationMs) {
             LOGE("[%s:%d] duration(%u) out of range(%u, %u)", duration, kMinDurationMs,
@@ -39,14 +42,15 @@ int ConfigManager::PerfRequest(int pid, unsigned int duration,
         return -1;
     }
     PerfQosId invalid = PERF_QOS_INVALID;
-    std::vector<QosInfoInt> accepted = RequestFilter(request);
+    QosInfos accepted = RequestFilter(request);
     if (accepted.empty() || RequestValidate(type, accepted, invalid) != 0 || accepted.empty()) {
         LOGE("[%s:%d] RequestValidate failed, pid=%d, invalidQosId=%u", pid, invalid);
         return -1;
     }
     CommandWrapper cmd(type, now, end, duration);
-    for (const QosInfoInt& entry : accepted) {
-        cmd.InsertRequestCommand(entry.qosId, entry.groups);
+    cmd.ReserveItems(accepted.size());
+    for (QosInfoInt& entry : accepted) {
+        cmd.InsertRequestCommand(entry.qosId, std::move(entry.groups));
     }
     return StartRequest(pid, now, cmd, handle);
 }
@@ -105,26 +109,35 @@ int ConfigManager::PreHandleEasBaseCommand(unsigned int duration, PerfCommandTyp
     return 0;
 }
 
-std::vector<QosInfoInt> ConfigManager::RequestFilter(
-    const std::vector<PerfRequestInfo>& request) const {
-    std::map<PerfQosId, GroupValueMap> merged;
+QosInfos ConfigManager::RequestFilter(const std::vector<PerfRequestInfo>& request) const {
+    QosInfos filtered;
+    filtered.reserve(request.size());
     for (const PerfRequestInfo& info : request) {
         const PerfQosId qosId = (info.qosId == PERF_QOS_EAS_BASE) ? PERF_QOS_EAS : info.qosId;
-        GroupValueMap& existing = merged[qosId];
-        existing = MergeGroupInfo(existing, BuildGroupInfo(info.groups));
+        filtered.push_back({qosId, BuildGroupInfo(info.groups)});
     }
-    std::vector<QosInfoInt> filtered;
-    filtered.reserve(merged.size());
-    for (auto& [qosId, groups] : merged) {
-        filtered.push_back({qosId, std::move(groups)});
+    const auto isBefore = [](const QosInfoInt& a, const QosInfoInt& b) {
+        return a.qosId < b.qosId;
+    };
+    if (!std::is_sorted(filtered.begin(), filtered.end(), isBefore)) {
+        // Stable: where elements for one QoS contradict each other, the later one counts.
+        std::stable_sort(filtered.begin(), filtered.end(), isBefore);
     }
+    std::size_t kept = 0;
+    for (std::size_t i = 1; i < filtered.size(); ++i) {
+        if (filtered[i].qosId == filtered[kept].qosId) {
+            MergeGroupInfo(filtered[kept].groups, filtered[i].groups);
+        } else if (++kept != i) {
+            filtered[kept] = std::move(filtered[i]);
+        }
+    }
+    filtered.truncate(std::min(kept + 1, filtered.size()));
     return filtered;
 }
 
-int ConfigManager::RequestValidate(PerfCommandType type, std::vector<QosInfoInt>& request,
+int ConfigManager::RequestValidate(PerfCommandType type, QosInfos& request,
                                    PerfQosId& invalid) const {
-    std::vector<QosInfoInt> accepted;
-    accepted.reserve(request.size());
+    std::size_t accepted = 0;
     for (QosInfoInt& entry : request) {
         const Verdict verdict =
             ValidateEntry(mState->resourceManager, type, entry.qosId, entry.groups);
@@ -137,37 +150,39 @@ int ConfigManager::RequestValidate(PerfCommandType type, std::vector<QosInfoInt>
         if (verdict == Verdict::ABSENT) {
             continue;
         }
-        accepted.push_back(std::move(entry));
+        if (&request[accepted] != &entry) {
+            request[accepted] = std::move(entry);
+        }
+        ++accepted;
     }
-    request = std::move(accepted);
+    request.truncate(accepted);
     return 0;
 }
 
 GroupValueMap ConfigManager::BuildGroupInfo(const std::vector<GroupInfo>& groups) const {
     GroupValueMap built;
     for (const GroupInfo& group : groups) {
+        if (group.values.empty()) {
+            continue;  // asks for nothing, so it must not count as addressed
+        }
+        OperationValueMap& values = built[group.groupId];
         for (const auto& [operation, value] : group.values) {
-            built[group.groupId][operation] = value;
+            values[operation] = value;
         }
     }
     return built;
 }
 
-GroupValueMap ConfigManager::MergeGroupInfo(const GroupValueMap& existing,
-                                            const GroupValueMap& added) const {
-    GroupValueMap merged = existing;
+void ConfigManager::MergeGroupInfo(GroupValueMap& existing, const GroupValueMap& added) const {
     for (const auto& [groupId, values] : added) {
+        OperationValueMap& merged = existing[groupId];
         for (const auto& [operation, value] : values) {
-            merged[groupId][operation] = value;
+            merged[operation] = value;
         }
     }
-    return merged;
 }
 
 void ConfigManager::AddSysTraceName(const std::vector<PerfRequestInfo>& request) const {
-    if (!SysWrapper::IsSysTraceEnabled()) {
-        return;
-    }
     std::string name = "corebeacon_log:request";
     for (const PerfRequestInfo& info : request) {
         name += " {" + std::to_string(info.qosId);

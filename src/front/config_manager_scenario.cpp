@@ -39,7 +39,7 @@ void AddSuspendTraceName(const std::vector<unsigned int>& params) {
 
 int ConfigManager::PerfSetScenario(int pid, unsigned int scenarioId, unsigned long& handle) {
     const TimePoint now = SteadyNow();
-    const std::map<PerfQosId, GroupValueMap> scenario =
+    const std::map<PerfQosId, GroupValueMap>& scenario =
         mState->scenarioManager.ScenarioIdToQosInfo(scenarioId);
     if (scenario.empty()) {
         LOGE("[%s:%d] invalid scenario id: %u", scenarioId);
@@ -49,6 +49,7 @@ int ConfigManager::PerfSetScenario(int pid, unsigned int scenarioId, unsigned lo
         SysWrapper::SysTraceName("corebeacon_log:scenario id=" + std::to_string(scenarioId));
     }
     CommandWrapper cmd(PERF_COMMAND_LONG_START, now, TimePoint{}, 0);
+    cmd.ReserveItems(scenario.size());
     for (const auto& [qosId, groups] : scenario) {
         cmd.InsertRequestCommand(qosId, groups);
     }

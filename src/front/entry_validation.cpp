@@ -13,7 +13,7 @@ constexpr const char* LOG_TAG = "PF_CFG_MGR";
 
 Verdict ValidateEntry(const ResourceManager& resources, PerfCommandType type, PerfQosId qosId,
                       GroupValueMap& groups) {
-    const std::shared_ptr<PerfResource> resource = resources.GetResourcePtr(qosId);
+    PerfResource* const resource = resources.FindResource(qosId);
     if (resource == nullptr) {
         LOGD("[%s:%d] resource ptr is NULL for qos id %u", qosId);
         return Verdict::ABSENT;

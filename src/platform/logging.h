@@ -12,7 +12,8 @@ inline constexpr unsigned int kLogSwitchInfo = 1;
 inline constexpr unsigned int kLogSwitchDebug = 2;
 
 /// The word behind PfLogonSet, readable without a call.
-extern std::atomic<unsigned int> gLogSwitch;
+/// Hidden here too, or the compiler would look up its address before each look at it.
+extern std::atomic<unsigned int> gLogSwitch __attribute__((visibility("hidden")));
 
 inline bool IsLogEnabled(unsigned int bit) {
     return (gLogSwitch.load(std::memory_order_relaxed) & bit) != 0;

@@ -22,10 +22,6 @@ constexpr const char* LOG_TAG = "PF_SYS_WRAPPER";
 /// What the kernel takes of one write to trace_marker; it cuts off the rest.
 constexpr std::size_t kMaxMarkerBytes = 1024;
 
-/// Tested at every trace point, so it is kept apart from the lock. It is no promise: a marker that
-/// comes just after its binding has gone finds the file closed.
-std::atomic<bool> gEnabled{false};
-
 /// "I|<process id>|<name>", an instant event to trace viewers, without memory from the heap.
 class Marker {
 public:
@@ -64,13 +60,13 @@ public:
         SysWrapper::SysClose(mFd);
         mFd = fd;
         mLost = 0;
-        gEnabled.store(true, std::memory_order_relaxed);
+        SysWrapper::gSysTraceEnabled.store(true, std::memory_order_relaxed);
         return 0;
     }
 
     void Unbind() EXCLUDES(mMutex) {
         MutexLock lock(mMutex);
-        gEnabled.store(false, std::memory_order_relaxed);
+        SysWrapper::gSysTraceEnabled.store(false, std::memory_order_relaxed);
         SysWrapper::SysClose(mFd);
     }
 
@@ -128,9 +124,7 @@ std::uint64_t LostSysTraceMarkers() {
 
 namespace SysWrapper {
 
-bool IsSysTraceEnabled() {
-    return gEnabled.load(std::memory_order_relaxed);
-}
+std::atomic<bool> gSysTraceEnabled{false};
 
 void SysTraceName(const std::string& name) {
     if (IsSysTraceEnabled()) {

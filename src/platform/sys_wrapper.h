@@ -4,6 +4,7 @@
 /// a descriptor of its own. Everything reaches the kernel through the NodeIo in force.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <ctime>
 #include <string>
@@ -34,8 +35,15 @@ int SysIoctl(int fd, unsigned long request, void* argument);
 /// Marks a point for the system tracer, if the host has bound one with BindSysTrace; never fails.
 void SysTraceName(const std::string& name);
 
-/// Whether it has, by one relaxed load; callers ask before they compose a name.
-bool IsSysTraceEnabled();
+/// Whether a host has bound one. Kept apart from the tracer and its lock, since every trace point
+/// looks at it. It is no promise: a marker that comes just after its binding has gone finds the
+/// file closed.
+extern std::atomic<bool> gSysTraceEnabled __attribute__((visibility("hidden")));
+
+/// The same by one load; callers ask before they compose a name.
+inline bool IsSysTraceEnabled() {
+    return gSysTraceEnabled.load(std::memory_order_relaxed);
+}
 
 /// "month-day hour:minute:second" from the raw fields without padding; January is month 0.
 std::string PutTime(const std::tm& time);

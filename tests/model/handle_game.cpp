@@ -34,8 +34,8 @@ CommandWrapper MakeCommand(const HandleStep& step, TimePoint now) {
     return cmd;
 }
 
-void AppendItems(std::ostringstream& text,
-                 const std::vector<std::shared_ptr<PerfCommandItem>>& items) {
+template <typename Items>
+void AppendItems(std::ostringstream& text, const Items& items) {
     for (const auto& item : items) {
         // The items are shared, never copied, so their addresses say it all.
         text << " " << item.get() << "=" << item->handle;

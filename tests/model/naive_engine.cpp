@@ -220,7 +220,7 @@ int NaiveEngine::Request(int pid, unsigned int duration,
     if (cmd.GetItems().empty() || Start(pid, cmd, handle) != 0) {
         return -1;
     }
-    Send(type, handle, cmd.GetItems());
+    Send(type, handle, {cmd.GetItems().begin(), cmd.GetItems().end()});
     return 0;
 }
 
@@ -349,7 +349,7 @@ int NaiveEngine::StartEvent(std::uint32_t id, unsigned int duration) {
         return -1;
     }
     Remember(mReservedPid, handle);
-    Send(PERF_COMMAND_SHORT_START, handle, cmd.GetItems());
+    Send(PERF_COMMAND_SHORT_START, handle, {cmd.GetItems().begin(), cmd.GetItems().end()});
     return 0;
 }
 
@@ -378,7 +378,7 @@ int NaiveEngine::StartProbe(int tid) {
     const int result = tid <= mReservedPid ? 2 : mTable.RequestProbe(tid, mNow, cmd, handle);
     if (result == 0 && handle != ~0UL) {
         Remember(tid, handle);
-        Send(PERF_COMMAND_SHORT_START, handle, cmd.GetItems());
+        Send(PERF_COMMAND_SHORT_START, handle, {cmd.GetItems().begin(), cmd.GetItems().end()});
     }
     Forget();
     return result;

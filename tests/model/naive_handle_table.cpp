@@ -64,7 +64,7 @@ int NaiveHandleTable::Store(NaiveCommand command, const CommandWrapper& cmd) {
     command.start = cmd.GetStartTime();
     command.end = cmd.GetEndTime();
     command.duration = cmd.GetDuration();
-    command.items = cmd.GetItems();
+    command.items.assign(cmd.GetItems().begin(), cmd.GetItems().end());
     if (command.role != NaiveCommand::REQUEST) {
         for (const auto& item : command.items) {
             command.end = std::max(command.end, item->endTime);

@@ -7,6 +7,7 @@
 namespace {
 
 std::atomic<std::size_t> gBlocks{0};
+thread_local std::size_t tRequests = 0;
 
 void* Allocate(std::size_t size) {
     void* block = std::malloc(size == 0 ? 1 : size);
@@ -14,6 +15,7 @@ void* Allocate(std::size_t size) {
         throw std::bad_alloc();
     }
     gBlocks.fetch_add(1, std::memory_order_relaxed);
+    ++tRequests;
     return block;
 }
 
@@ -54,6 +56,10 @@ namespace corebeacon::test {
 
 std::size_t LiveHeapBlocks() {
     return gBlocks.load(std::memory_order_relaxed);
+}
+
+std::size_t HeapRequestsOfThread() {
+    return tRequests;
 }
 
 }  // namespace corebeacon::test

@@ -9,4 +9,7 @@ namespace corebeacon::test {
 /// Blocks in use by the whole process. Any thread.
 std::size_t LiveHeapBlocks();
 
+/// How often the calling thread has asked for a block so far.
+std::size_t HeapRequestsOfThread();
+
 }  // namespace corebeacon::test
