@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "board_device.h"
 #include "command/command_manager.h"
 #include "command/handle.h"
 #include "corebeacon/builtin_config.h"
@@ -60,12 +61,18 @@ std::string MissingNode(const PerfQosConfig& config) {
     return "";
 }
 
-PerfConfigControlInfo DetectMachine(std::optional<unsigned> chip) {
+/// What is not told is found out.
+PerfConfigControlInfo DetectMachine(std::optional<unsigned> chip, const board::Machine& told) {
     PerfConfigControlInfo info;
     info.chipType = static_cast<ChipTypeAvailableValue>(chip ? *chip : DetectChip());
-    info.cpuBoostEnabled = IsReadable(GetcontrolInfo().cpuBoostPath);
-    info.boardIpaEnabled = IsReadable(GetcontrolInfo().thermalZoneTypePath);
+    info.invalidClusters = told.absent;
+    info.cpuBoostEnabled = told.cpuBoost.value_or(IsReadable(GetcontrolInfo().cpuBoostPath));
+    info.boardIpaEnabled = told.boardIpa.value_or(IsReadable(GetcontrolInfo().thermalZoneTypePath));
     return info;
+}
+
+std::optional<unsigned> ToldChip(const SessionOptions& options) {
+    return options.chip || !options.board ? options.chip : options.board->machine.chip;
 }
 
 /// Bursts of work on a thread: floors that every chip has.
@@ -90,15 +97,11 @@ std::unique_ptr<EngineSession> EngineSession::Start(const SessionOptions& option
 EngineSession::EngineSession(const SessionOptions& options)
     : mOptions(options),
       mFormerNodeIo(GetNodeIo()),
-      mFormerLogSwitch(PfLogonNamespace::PfLogonGet()->load()) {
+      mFormerLogSwitch(PfLogonNamespace::PfLogonGet()->load()),
+      mBoard(options.board) {
     NodeIo* device = &mFormerNodeIo;
     if (options.device == DeviceKind::SIM) {
-        mSimulated = sim::SimulatedDevice::ForChip(options.chip.value_or(CHIP_TYPE_COMMON));
-        mSimulated->SetRecordLimit(0);
-        sim::AddEasNodes(*mSimulated);
-        mTaskGroups = sim::MakeEasConfig();
-        mProbe = SimulatedProbe();
-        mSimulated->AddText(mProbe.nodePath, "");
+        SimulateDevice(ToldChip(options).value_or(CHIP_TYPE_COMMON));
         device = mSimulated.get();
     }
     mRecord = std::make_unique<RecordingNodeIo>(*device);
@@ -112,22 +115,50 @@ EngineSession::~EngineSession() {
     PfLogonNamespace::PfLogonSet(mFormerLogSwitch);
 }
 
-int EngineSession::Init() {
-    // The simulated device says nothing of its chip: it was made for one.
-    mConfig.controlInfo = DetectMachine(
-        mSimulated != nullptr ? mOptions.chip.value_or(CHIP_TYPE_COMMON) : mOptions.chip);
+void EngineSession::SimulateDevice(unsigned chip) {
+    mSimulated = sim::SimulatedDevice::ForChip(chip);
+    if (mSimulated == nullptr) {
+        mSimulated = std::make_unique<sim::SimulatedDevice>();  // a board's own variant
+    }
+    mSimulated->SetRecordLimit(0);
+    if (mBoard) {
+        AddNodesOf(*mBoard, *mSimulated);
+        return;
+    }
+    sim::AddEasNodes(*mSimulated);
+    mTaskGroups = sim::MakeEasConfig();
+    mProbe = SimulatedProbe();
+    mSimulated->AddText(mProbe.nodePath, "");
+}
+
+void EngineSession::TakeTables() {
+    if (mBoard) {
+        mConfig.qosXmlConfigMap = mBoard->QosMap();
+        mEvents = mBoard->events;
+        mScenarios = mBoard->scenarios;
+        mProbe = mBoard->probe;
+        return;
+    }
     mConfig.qosConfigMap = GetPerfQosConfigMap();
     if (mTaskGroups) {
         mConfig.qosConfigMap.emplace(PERF_QOS_EAS, *mTaskGroups);
     }
-    const ChipTypeAvailableValue chip = mConfig.controlInfo.chipType;
-    mEvents = GetConfigurableEventVec(chip);
-    mScenarios = GetConfigurableScenarioVec(chip);
+    mEvents = GetConfigurableEventVec(mConfig.controlInfo.chipType);
+    mScenarios = GetConfigurableScenarioVec(mConfig.controlInfo.chipType);
+}
+
+int EngineSession::Init() {
+    // The simulated device says nothing of its chip: it was made for one.
+    const std::optional<unsigned> chip = ToldChip(mOptions);
+    mConfig.controlInfo =
+        DetectMachine(mSimulated != nullptr ? chip.value_or(CHIP_TYPE_COMMON) : chip,
+                      mBoard ? mBoard->machine : board::Machine());
+    TakeTables();
     mEngine = std::make_unique<ConfigManager>();
     if (mEngine->Init(mConfig, mEvents, mScenarios, mProbe) != 0) {
         return -1;
     }
-    mNames = std::make_unique<NodeNames>(mConfig.qosConfigMap);
+    mNames = std::make_unique<NodeNames>(Table());
     return 0;
 }
 
@@ -158,7 +189,7 @@ std::vector<UnsupportedQos> EngineSession::Unsupported() const {
     std::vector<PerfQosId> served;
     mEngine->Resources().GetResourceIds(served);
     for (const PerfQosId id : served) {
-        const PerfQosConfig& config = mConfig.qosConfigMap.at(id);
+        const PerfQosConfig& config = Table().at(id);
         if (const std::string path = MissingNode(config); !path.empty()) {
             unsupported.push_back({id, config.name, "there is no " + path});
         }

@@ -1,8 +1,8 @@
 /// An engine at work on a device, as the program's commands need it: the simulated device or the
-/// kernel, all its writes recorded, the built-in tables in force. The simulated device also has
-/// task groups and a node for probes, which the built-in tables leave to the host. Owned by the
-/// command that runs; used on one thread. One session at a time, since NodeIo and log switch are
-/// the process's.
+/// kernel, all its writes recorded, the built-in tables or those of a board in force. For the
+/// built-in tables the simulated device also has task groups and a node for probes, which they
+/// leave to the host; for a board it has whatever nodes that names. Owned by the command that runs;
+/// used on one thread. One session at a time, since NodeIo and log switch are the process's.
 #pragma once
 
 #include <memory>
@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "board/board.h"
 #include "corebeacon/config_manager.h"
 #include "corebeacon/default_config.h"
 #include "engine/resource_manager.h"
@@ -26,9 +27,11 @@ inline constexpr unsigned kChipCount = 3;
 
 struct SessionOptions {
     DeviceKind device = DeviceKind::SIM;
-    /// Absent: what the device says of itself, 0 where it says nothing.
+    /// Absent: what the board tells or else the device says of itself, 0 where neither does.
     std::optional<unsigned> chip;
     unsigned logSwitch = 0;
+    /// Absent: the built-in tables.
+    std::optional<board::Board> board = std::nullopt;
 };
 
 class EngineSession {
@@ -48,12 +51,15 @@ public:
     /// requests for them, but no write can succeed.
     std::vector<UnsupportedQos> Unsupported() const;
     /// The table as it is in force: narrowed to the chip and revised against the device.
-    const PerfQosConfigMap& Table() const { return mConfig.qosConfigMap; }
+    const PerfQosConfigMap& Table() const {
+        return mBoard ? mConfig.qosXmlConfigMap : mConfig.qosConfigMap;
+    }
+    bool HasBoard() const { return mBoard.has_value(); }
     const NodeNames& Names() const { return *mNames; }
     /// Null when the chip's table has none of this id.
     const ConfigurableScenario* FindScenario(PerfScenarioId id) const;
     const ConfigurableEvent* FindEvent(PerfEventId id) const;
-    /// Without a node on the kernel, where nobody says which it is.
+    /// Without a node where nobody says which it is: on the kernel unless the board tells.
     const ProbeEvent& Probe() const { return mProbe; }
 
     /// The first handle after `last` that the engine gave to `owner`: 0 for events, the thread id
@@ -73,13 +79,16 @@ public:
 private:
     explicit EngineSession(const SessionOptions& options);
     int Init();
+    void SimulateDevice(unsigned chip);
+    void TakeTables();
 
     const SessionOptions mOptions;
     NodeIo& mFormerNodeIo;
     const unsigned mFormerLogSwitch;
+    std::optional<board::Board> mBoard;                // narrowed by the engine
     std::unique_ptr<sim::SimulatedDevice> mSimulated;  // null on the kernel
     std::unique_ptr<RecordingNodeIo> mRecord;
-    std::optional<PerfQosEasConfig> mTaskGroups;  // absent on the kernel
+    std::optional<PerfQosEasConfig> mTaskGroups;  // for the built-in tables on the simulated device
     std::vector<ConfigurableEvent> mEvents;
     std::vector<ConfigurableScenario> mScenarios;
     ProbeEvent mProbe;

@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "board_file.h"
 #include "corebeacon/version.h"
 #include "run_command.h"
 #include "table_command.h"
@@ -37,11 +38,16 @@ void AddChip(CLI::App& command, Number& chip, const std::string& unlessGiven) {
 }
 
 /// What the commands that play something have in common.
-void AddSessionOptions(CLI::App& command, SessionOptions& options, std::string& device) {
+void AddSessionOptions(CLI::App& command, SessionOptions& options, std::string& device,
+                       std::string& board) {
+    command
+        .add_option("--board", board,
+                    "the description of a board; without it, the tables of the library")
+        ->type_name("FILE");
     command.add_option("--device", device, "sim, the simulated device (the default), or kernel")
         ->check(CLI::IsMember({"sim", "kernel"}).description(""))
         ->type_name("DEVICE");
-    AddChip(command, options.chip, "unless given, what the device tree tells, else 0");
+    AddChip(command, options.chip, "unless given, what the board or the device tree tells, else 0");
     command
         .add_option("--log", options.logSwitch,
                     "log switch: 1 information, 2 debug, 3 both; log lines go to standard error")
@@ -63,15 +69,16 @@ int Run(int argc, char** argv) {
 
     SessionOptions options;
     std::string device = "sim";
+    std::string board;
     CLI::App* const run = app.add_subcommand("run", "play a script");
     std::string script;
     run->add_option("SCRIPT", script, "file, or - for standard input")->required();
-    AddSessionOptions(*run, options, device);
+    AddSessionOptions(*run, options, device, board);
 
     CLI::App* const act = app.add_subcommand("do", "play the statements of the command line");
     std::vector<std::string> statements;
     act->add_option("STATEMENT", statements, "each in quotes, as a line of a script")->required();
-    AddSessionOptions(*act, options, device);
+    AddSessionOptions(*act, options, device, board);
 
     CLI::App* const table = app.add_subcommand("table", "print the QoS table of a chip");
     unsigned chip = 0;
@@ -85,6 +92,9 @@ int Run(int argc, char** argv) {
         return app.exit(error) == 0 ? kExitDone : kExitBadInput;
     }
     options.device = device == "kernel" ? DeviceKind::KERNEL : DeviceKind::SIM;
+    if (!board.empty() && !(options.board = LoadBoard(board, std::cerr))) {
+        return kExitBadInput;
+    }
     int result = kExitDone;
     if (demo->parsed()) {
         result = PlayDemo(std::cout, std::cerr);

@@ -70,7 +70,7 @@ void PrintDevice(EngineSession& session, std::ostream& out) {
     const bool isKernel = session.Device() == DeviceKind::KERNEL;
     out << (isKernel ? "The kernel's own nodes" : "Simulated device") << ", chip " << session.Chip()
         << ": " << served << " of " << session.Table().size() << " QoS in service\n";
-    if (isKernel && !unsupported.empty()) {
+    if ((isKernel || session.HasBoard()) && !unsupported.empty()) {
         TextTable table;
         for (const UnsupportedQos& qos : unsupported) {
             table.AddRow({std::to_string(qos.id), qos.name, qos.reason});

@@ -63,6 +63,20 @@ TEST_F(Program, WritesItsTablesAsADescription) {
     EXPECT_NE(outcome.out.find("<probe node"), std::string::npos);
 }
 
+TEST_F(Program, PlaysOnTheBoardOfAFile) {
+    WriteScript(Run("table --xml --chip 1").out);
+    const Outcome outcome = Run("do 'wait 1ms' --board " + File("script"));
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_TRUE(outcome.out.starts_with("Simulated device, chip 1: 50 of 50 QoS in service"));
+
+    WriteScript("<board/>");
+    const Outcome refused = Run("do 'wait 1ms' --board " + File("script"));
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_EQ(refused.out, "");
+    EXPECT_EQ(refused.diagnostics,
+              File("script") + ":1:1: <board> needs the attribute 'version'\n");
+}
+
 TEST_F(Program, ExplainsItself) {
     const Outcome outcome = Run("--help");
     EXPECT_EQ(outcome.exitCode, 0);
