@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include "board_file.h"
+#include "check_command.h"
 #include "corebeacon/version.h"
 #include "run_command.h"
 #include "table_command.h"
@@ -86,6 +87,17 @@ int Run(int argc, char** argv) {
     bool isXml = false;
     table->add_flag("--xml", isXml, "as the description of a board, to start one's own from");
 
+    CLI::App* const check =
+        app.add_subcommand("check", "look for mistakes in the description of a board");
+    std::string boardToCheck;
+    std::string checkedDevice;
+    check->add_option("BOARD", boardToCheck, "the file")->required();
+    check
+        ->add_option("--device", checkedDevice,
+                     "look for the nodes too: sim, on the chip's simulated device, or kernel")
+        ->check(CLI::IsMember({"sim", "kernel"}).description(""))
+        ->type_name("DEVICE");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -105,6 +117,11 @@ int Run(int argc, char** argv) {
     } else if (table->parsed()) {
         result = isXml ? PrintBoard(chip, std::cout, std::cerr)
                        : PrintQosTable(chip, std::cout, std::cerr);
+    } else if (check->parsed()) {
+        const auto kind = checkedDevice == "kernel" ? DeviceKind::KERNEL : DeviceKind::SIM;
+        result =
+            CheckBoardFile(boardToCheck, checkedDevice.empty() ? std::nullopt : std::optional(kind),
+                           std::cout, std::cerr);
     }
     if (!std::cout.flush()) {
         std::cerr << "corebeacon: standard output cannot be written\n";

@@ -9,6 +9,7 @@
 #include "board/board_reader.h"
 #include "board_device.h"
 #include "board_file.h"
+#include "check_command.h"
 #include "table_command.h"
 #include "tool_fixture.h"
 
@@ -206,6 +207,38 @@ TEST_F(BoardFile, CannotBeReadWhenItIsMissingOrAFolder) {
               "corebeacon: cannot read " + mPath + ": No such file or directory\n");
     EXPECT_FALSE(Load("/").has_value());
     EXPECT_EQ(mDiagnostics.str(), "corebeacon: cannot read /: Is a directory\n");
+}
+
+TEST_F(BoardFile, IsCheckedWithAndWithoutADevice) {
+    Write(InBoard(kCpuL));
+    std::ostringstream out;
+    EXPECT_EQ(CheckBoardFile(mPath, std::nullopt, out, mDiagnostics), kExitDone);
+    EXPECT_EQ(out.str(), mPath + ": 1 QoS, 0 scenarios, 0 events; nothing found\n");
+    out.str("");
+    EXPECT_EQ(CheckBoardFile(mPath, DeviceKind::SIM, out, mDiagnostics), kExitDone);
+
+    Write(
+        "<board version='1'><machine chip='9'/>\n<qos id='90'><row min='2' max='1'>\n"
+        "<node>/nix/da</node></row></qos></board>");
+    out.str("");
+    EXPECT_EQ(CheckBoardFile(mPath, DeviceKind::SIM, out, mDiagnostics), kExitFailed);
+    EXPECT_EQ(out.str(), mPath + ":2:14: 'min' and 'max': 2 is above 1\n" + mPath +
+                             ":3:1: there is no /nix/da\n");
+    out.str("");
+    EXPECT_EQ(CheckBoardFile(mPath, DeviceKind::KERNEL, out, mDiagnostics), kExitFailed);
+    EXPECT_NE(out.str().find("there is no /nix/da"), std::string::npos);
+    EXPECT_EQ(mDiagnostics.str(), "");
+}
+
+TEST_F(BoardFile, ThatIsNoBoardIsBadInputToTheCheck) {
+    Write("<board/>");
+    std::ostringstream out;
+    EXPECT_EQ(CheckBoardFile(mPath, std::nullopt, out, mDiagnostics), kExitBadInput);
+    EXPECT_EQ(CheckBoardFile(mPath + "x", std::nullopt, out, mDiagnostics), kExitBadInput);
+    EXPECT_EQ(out.str(), "");
+    EXPECT_EQ(mDiagnostics.str(), mPath + ":1:1: <board> needs the attribute 'version'\n" +
+                                      "corebeacon: cannot read " + mPath +
+                                      "x: No such file or directory\n");
 }
 
 }  // namespace

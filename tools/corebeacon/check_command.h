@@ -1,0 +1,18 @@
+/// The command `check`: what is wrong in the description of a board.
+#pragma once
+
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include "engine_session.h"
+
+namespace corebeacon::tool {
+
+/// Looks for the nodes too where there is a `device`; the simulated one is that of the chip,
+/// without nodes of the board's own. Findings go to `out`. Returns the program's exit code: that of
+/// failure with any finding, that of bad input when the file is no board.
+int CheckBoardFile(const std::string& path, std::optional<DeviceKind> device, std::ostream& out,
+                   std::ostream& diagnostics);
+
+}  // namespace corebeacon::tool
