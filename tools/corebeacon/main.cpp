@@ -6,6 +6,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "board/board_writer.h"
+#include "board/machine_scan.h"
 #include "board_file.h"
 #include "check_command.h"
 #include "corebeacon/version.h"
@@ -57,6 +59,41 @@ void AddSessionOptions(CLI::App& command, SessionOptions& options, std::string& 
     command.footer(ScriptHelp());
 }
 
+const CLI::App* AddCheck(CLI::App& app, std::string& file, std::string& device) {
+    CLI::App* const check =
+        app.add_subcommand("check", "look for mistakes in the description of a board");
+    check->add_option("BOARD", file, "the file")->required();
+    check
+        ->add_option("--device", device,
+                     "look for the nodes too: sim, on the chip's simulated device, or kernel")
+        ->check(CLI::IsMember({"sim", "kernel"}).description(""))
+        ->type_name("DEVICE");
+    return check;
+}
+
+const CLI::App* AddBoardInit(CLI::App& app) {
+    CLI::App* const board = app.add_subcommand("board", "make the description of a board");
+    board->require_subcommand(1);
+    return board->add_subcommand(
+        "init", "print one of this machine, from its cpufreq, devfreq and thermal nodes");
+}
+
+/// `device` is empty where the nodes are of no interest.
+int Check(const std::string& file, const std::string& device) {
+    const auto kind = device == "kernel" ? DeviceKind::KERNEL : DeviceKind::SIM;
+    return CheckBoardFile(file, device.empty() ? std::nullopt : std::optional(kind), std::cout,
+                          std::cerr);
+}
+
+/// Whether all that was printed has gone out.
+int Flushed(int result) {
+    if (!std::cout.flush()) {
+        std::cerr << "corebeacon: standard output cannot be written\n";
+        return kExitFailed;
+    }
+    return result;
+}
+
 int Run(int argc, char** argv) {
     CLI::App app("Plays requests on the performance QoS engine and shows what it writes.",
                  "corebeacon");
@@ -70,41 +107,33 @@ int Run(int argc, char** argv) {
 
     SessionOptions options;
     std::string device = "sim";
-    std::string board;
+    std::string boardFile;
     CLI::App* const run = app.add_subcommand("run", "play a script");
     std::string script;
     run->add_option("SCRIPT", script, "file, or - for standard input")->required();
-    AddSessionOptions(*run, options, device, board);
+    AddSessionOptions(*run, options, device, boardFile);
 
     CLI::App* const act = app.add_subcommand("do", "play the statements of the command line");
     std::vector<std::string> statements;
     act->add_option("STATEMENT", statements, "each in quotes, as a line of a script")->required();
-    AddSessionOptions(*act, options, device, board);
+    AddSessionOptions(*act, options, device, boardFile);
 
     CLI::App* const table = app.add_subcommand("table", "print the QoS table of a chip");
     unsigned chip = 0;
     AddChip(*table, chip, "0 unless given");
     bool isXml = false;
     table->add_flag("--xml", isXml, "as the description of a board, to start one's own from");
-
-    CLI::App* const check =
-        app.add_subcommand("check", "look for mistakes in the description of a board");
     std::string boardToCheck;
     std::string checkedDevice;
-    check->add_option("BOARD", boardToCheck, "the file")->required();
-    check
-        ->add_option("--device", checkedDevice,
-                     "look for the nodes too: sim, on the chip's simulated device, or kernel")
-        ->check(CLI::IsMember({"sim", "kernel"}).description(""))
-        ->type_name("DEVICE");
-
+    const CLI::App* const check = AddCheck(app, boardToCheck, checkedDevice);
+    const CLI::App* const init = AddBoardInit(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kExitDone : kExitBadInput;
     }
     options.device = device == "kernel" ? DeviceKind::KERNEL : DeviceKind::SIM;
-    if (!board.empty() && !(options.board = LoadBoard(board, std::cerr))) {
+    if (!boardFile.empty() && !(options.board = LoadBoard(boardFile, std::cerr))) {
         return kExitBadInput;
     }
     int result = kExitDone;
@@ -117,17 +146,12 @@ int Run(int argc, char** argv) {
     } else if (table->parsed()) {
         result = isXml ? PrintBoard(chip, std::cout, std::cerr)
                        : PrintQosTable(chip, std::cout, std::cerr);
+    } else if (init->parsed()) {
+        std::cout << corebeacon::board::BoardText(corebeacon::board::ScanMachine("/"));
     } else if (check->parsed()) {
-        const auto kind = checkedDevice == "kernel" ? DeviceKind::KERNEL : DeviceKind::SIM;
-        result =
-            CheckBoardFile(boardToCheck, checkedDevice.empty() ? std::nullopt : std::optional(kind),
-                           std::cout, std::cerr);
+        result = Check(boardToCheck, checkedDevice);
     }
-    if (!std::cout.flush()) {
-        std::cerr << "corebeacon: standard output cannot be written\n";
-        return kExitFailed;
-    }
-    return result;
+    return Flushed(result);
 }
 
 }  // namespace

@@ -77,6 +77,14 @@ TEST_F(Program, PlaysOnTheBoardOfAFile) {
               File("script") + ":1:1: <board> needs the attribute 'version'\n");
 }
 
+TEST_F(Program, DescribesTheMachineThatItRunsOn) {
+    const Outcome outcome = Run("board init");
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.diagnostics, "");
+    WriteScript(outcome.out);
+    EXPECT_EQ(Run("check " + File("script") + " --device kernel").exitCode, 0);
+}
+
 TEST_F(Program, ExplainsItself) {
     const Outcome outcome = Run("--help");
     EXPECT_EQ(outcome.exitCode, 0);
