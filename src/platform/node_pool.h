@@ -95,13 +95,12 @@ public:
     using value_type = T;
 
     explicit PoolAllocator(NodePool& pool) noexcept : mPool(&pool) {}
-    template <typename Other>
+    template <typename Other>  // implicit: containers turn it into one for each kind of node
+    // NOLINTNEXTLINE(google-explicit-constructor)
     PoolAllocator(const PoolAllocator<Other>& other) noexcept : mPool(other.Pool()) {}
 
-    T* allocate(std::size_t count) { return static_cast<T*>(mPool->Take(count * sizeof(T))); }
-    void deallocate(T* memory, std::size_t count) noexcept {
-        mPool->Give(memory, count * sizeof(T));
-    }
+    T* allocate(std::size_t count) { return static_cast<T*>(mPool->Take(count * kBytes)); }
+    void deallocate(T* memory, std::size_t count) noexcept { mPool->Give(memory, count * kBytes); }
     NodePool* Pool() const noexcept { return mPool; }
 
     template <typename Other>
@@ -111,6 +110,8 @@ public:
 
 private:
     static_assert(alignof(T) <= alignof(std::max_align_t));
+    // Of a table's buckets, which are pointers, it is the pointer's size that is meant.
+    static constexpr std::size_t kBytes = sizeof(T);  // NOLINT(bugprone-sizeof-expression)
     NodePool* mPool;
 };
 

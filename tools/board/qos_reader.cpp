@@ -197,7 +197,7 @@ void ReadQos(Element element, ReadBoard& read) {
     PerfQosXmlLoadConfig config(name, type, {});
     QosPlaces places{element.Where(), {}};
     ReadParameters(element, config);
-    for (Element child : element.Finish({"row", "eas", "memory-level"})) {
+    for (const Element& child : element.Finish({"row", "eas", "memory-level"})) {
         if (child.Name() == "row") {
             ReadRow(child, config, places);
         } else if (child.Name() == "eas") {
