@@ -13,7 +13,8 @@ sources=(include src tools tests examples bench)
 preset() {
     quietly "$1-configure.log" cmake --preset "$1"
     quietly "$1-build.log" cmake --build --preset "$1"
-    ctest --preset "$1" -j "$jobs"
+    # Two more than there are cores, since some tests do little but wait.
+    ctest --preset "$1" -j "$((jobs + 2))"
 }
 
 format() {

@@ -47,7 +47,9 @@ public:
 
     /// Up to `max` bytes.
     std::string Text(std::size_t max) {
-        const std::size_t size = std::min<std::size_t>(Below(max + 1), mBytes.size());
+        // In a line of its own, since it takes a byte: what is left counts only afterwards.
+        const std::size_t wanted = Below(max + 1);
+        const std::size_t size = std::min(wanted, mBytes.size());
         const std::string text(mBytes.begin(), mBytes.begin() + static_cast<std::ptrdiff_t>(size));
         mBytes = mBytes.subspan(size);
         return text;
