@@ -202,7 +202,7 @@ class Finder:
         last = index + 1
         while self.text(last) != ";":
             last = self.partner[last] + 1 if self.text(last) in CLOSING else last + 1
-        if last == index + 1 or self.text(index + 1) in ("true", "false", "{"):
+        if last == index + 1 or self.text(index + 1) in ("true", "false", "nullptr", "{"):
             return
         if self.tokens[last - 1].kind == "number" and last <= index + 3:
             return  # 0 or -1, which are changed as constants

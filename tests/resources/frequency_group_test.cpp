@@ -148,6 +148,15 @@ TEST_F(FrequencyGroupTest, LiftingTheLimitClosesItsRecord) {
     EXPECT_EQ(mLog.Count(4, "[GPU] end limit freq 900000 ~ 2000000"), 0U);
 }
 
+TEST_F(FrequencyGroupTest, EvenALimitOfOneIsToldEachTimeItBeginsAndEnds) {
+    for (const std::size_t times : {1U, 2U}) {
+        Group().DoConfig(0, 1);
+        EXPECT_EQ(mLog.Count(4, "[GPU] start limit freq 0 ~ 1"), times);
+        Group().DoConfig(0, kHighest);
+        EXPECT_EQ(mLog.Count(4, "[GPU] end limit freq 0 ~ 2000000"), times);
+    }
+}
+
 TEST_F(FrequencyGroupTest, WithoutALimitThereIsNothingToTell) {
     Group().DoConfig(300000, kHighest);
     EXPECT_EQ(TakeWrites(), (Writes{{kMax, "2000000"}, {kMin, "300000"}, {kMax, "2000000"}}));
