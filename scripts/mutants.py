@@ -11,6 +11,7 @@ goes on where it stopped. Fails when less than 95 % of the mutants are caught.
 
 import argparse
 import concurrent.futures
+import ctypes
 import hashlib
 import json
 import math
@@ -136,7 +137,13 @@ class Build:
         return [word for word in self.links[suite] if word in self.users.get(path, ())]
 
 
+LIBC = ctypes.CDLL(None)
+PR_SET_PDEATHSIG = 1
+
+
 def limit_process():
+    # A suite that hangs must not outlive a script that is killed.
+    LIBC.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 26, 1 << 26))
     resource.setrlimit(resource.RLIMIT_AS, (1 << 33, 1 << 33))
