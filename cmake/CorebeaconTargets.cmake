@@ -15,6 +15,9 @@ function(corebeacon_module name)
   target_include_directories(corebeacon_${name} PUBLIC
     ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(corebeacon_${name} PUBLIC Threads::Threads PRIVATE corebeacon_warnings)
+  # -O3 makes the library a fifth larger and no request faster.
+  target_compile_options(corebeacon_${name} PRIVATE
+    $<$<CONFIG:Release>:-O2> -ffunction-sections -fdata-sections)
 endfunction()
 
 # Tests are compiled for the person who waits for them: what they say is not timed, and an optimiser

@@ -12,7 +12,7 @@ packages() {
             g++-aarch64-linux-gnu qemu-user-static libpugixml-dev:arm64 libxml2-utils python3
         ;;
     kernel) echo qemu-system-arm device-tree-compiler cpio xz-utils ;;
-    bench) echo libbenchmark-dev ;;
+    bench) echo libbenchmark-dev valgrind ;;
     *)
         echo "install-deps.sh: no group named $1 (build, test, kernel, bench)" >&2
         exit 2

@@ -68,6 +68,9 @@ public:
     }
     /// Drops all from the element at `size` on.
     void truncate(std::size_t size) {
+        if (size == mSize) {
+            return;
+        }
         if (IsInside()) {
             std::fill(begin() + size, end(), T());
         } else {
