@@ -10,6 +10,12 @@
 /// number of threads at once. None but TaskDump, and DumpInfo where it does the same, waits for a
 /// kernel write: they validate, queue and return. A node that hangs holds up the writes of its own
 /// QoS alone.
+///
+/// No operation throws. One that finds no memory fails like one that is refused and leaves nothing
+/// behind; the log tells. What takes something back needs no memory: PerfRelease, PerfReleaseAll,
+/// Reset and StopProbe never fail for lack of it, and neither does the end of a span. A worker that
+/// finds none for what was accepted leaves that one command out, and tells the log. Only the
+/// constructor throws std::bad_alloc.
 #pragma once
 
 #include <cstdint>
@@ -88,7 +94,7 @@ public:
     /// Suspends the QoS named from params[1] on, or with a params[0] of 0 resumes them: a suspended
     /// QoS keeps account of requests but writes nothing to the kernel. The memory-latency QoS (14
     /// to 16) and those that this device lacks are left out. Returns 0, or -1 for less than two
-    /// parameters or when no QoS is left.
+    /// parameters or when no QoS is left; without memory, it may have reached some of them.
     int PerfSetSuspend(const std::vector<unsigned int>& params);
 
     /// Reports that something happened. `message` goes to the log. What `params` mean:
@@ -106,7 +112,8 @@ public:
     /// exhausted handle table.
     int StartEvent(PerfEventId eventId, unsigned int duration);
 
-    /// Ends all running starts of an event; none is no error.
+    /// Ends all running starts of an event; none is no error. Without memory for the list of them,
+    /// they go on, and PerfEvent tells so.
     void StopEvent(PerfEventId eventId);
 
     /// Binds a thread for the span that the probe parameters of Init tell, accompanied by their
@@ -118,7 +125,8 @@ public:
     /// Ends the probe of a thread ahead of its time; none is no error.
     void StopProbe(int tid);
 
-    // Texts have one form, whatever locale and format `out` has; it keeps them.
+    // Texts have one form, whatever locale and format `out` has; it keeps them. A dump that finds
+    // no memory leaves `out` bad(); a worker that finds none for its part leaves that part out.
 
     /// DumpInfo of the type in args[0]; further arguments are ignored. Returns 0, or -1 for no
     /// argument or an unknown type, which `out` is told.
@@ -126,7 +134,8 @@ public:
 
     /// Appends a description of the engine as it is now: "--event", "--scenario", "--base_info",
     /// "--workMode", "--task" or "--limit_history". "--base_info" and "--task" are TaskDumps; the
-    /// others wait for nobody. False, with nothing appended, for any other type.
+    /// others wait for nobody. False, with nothing appended, for any other type; false also when
+    /// memory is lacking.
     bool DumpInfo(std::ostringstream& out, const std::string& type);
 
     /// Appends every resource's requests in force, or with `full` its base values, each collected
@@ -143,7 +152,7 @@ public:
 
     /// Switches a scenario on or off by a debug option such as "--game_mode_enable"; the scenario
     /// then belongs to the calling process itself. `out` receives what went wrong. False for an
-    /// unknown option, else true.
+    /// unknown option and when memory is lacking, else true.
     bool DebugSet(std::ostringstream& out, const std::string& option);
 
     /// Whether the game-start scenario was switched on by its debug option.
@@ -157,6 +166,8 @@ public:
 private:
     struct State;
 
+    int InitParts(PerfDefaultConfig& config, const std::vector<ConfigurableEvent>& events,
+                  const std::vector<ConfigurableScenario>& scenarios, const ProbeEvent& probe);
     int InitTables(const std::vector<ConfigurableEvent>& events,
                    const std::vector<ConfigurableScenario>& scenarios, const ProbeEvent& probe);
     int InitEvents(const std::vector<ConfigurableEvent>& events, const ProbeEvent& probe);
@@ -175,6 +186,7 @@ private:
     int ProbeFloor(PerfQosId qosId, int value) const;
     int BindThread(int tid, unsigned long handle, const TimePoint& start, const TimePoint& end);
     void UnbindThread(int tid);
+    void EndEvent(PerfEventId eventId);
     void BuildGetLogCmd(std::vector<PerfQosId>& ids, CommandWrapper& cmd) const;
     void EnableDebugScenario(std::ostringstream& out, unsigned int scenarioId,
                              unsigned long& handle);
@@ -182,7 +194,9 @@ private:
                               unsigned long& handle);
     int StartRequest(int pid, const TimePoint& now, CommandWrapper& cmd, unsigned long& handle);
     int Send(const CommandWrapper& cmd);
-    int SendRegistered(int pid, const CommandWrapper& cmd);
+    int SendRegistered(int owner, CommandWrapper& cmd);
+    int SendStop(CommandWrapper& cmd);
+    void TakeBack(int owner, CommandWrapper& cmd);
     int ReleaseCommand(int pid, unsigned long handle, CommandWrapper& release);
 
     const std::unique_ptr<State> mState;  // fixed after construction

@@ -1,6 +1,7 @@
 #include "command/command_manager.h"
 
 #include <algorithm>
+#include <new>
 
 #include "platform/logging.h"
 
@@ -68,11 +69,7 @@ int CommandManager::RequestEventHandle(PerfEventId id, const TimePoint& now, Com
         return -1;
     }
     ExtendEndToItems(cmd);
-    if (StoreCommand(mReservedPid, handle, id, cmd) != 0) {
-        return -1;
-    }
-    mEvents.emplace(id, handle);
-    return 0;
+    return StoreCommand(mReservedPid, handle, id, cmd);
 }
 
 int CommandManager::RequestProbeHandle(int tid, const TimePoint& now, CommandWrapper& cmd,
@@ -92,11 +89,7 @@ int CommandManager::RequestProbeHandle(int tid, const TimePoint& now, CommandWra
         return kNoProbeHandle;
     }
     ExtendEndToItems(cmd);
-    if (StoreCommand(tid, handle, kProbeRecordKind, cmd) != 0) {
-        return -1;
-    }
-    mProbes.emplace(tid, handle);
-    return 0;
+    return StoreCommand(tid, handle, kProbeRecordKind, cmd);
 }
 
 bool CommandManager::IsRegistered(int pid, unsigned long handle) const {
@@ -164,16 +157,50 @@ int CommandManager::StoreCommand(int owner, unsigned long handle, std::uint32_t 
             return -1;
     }
     cmd.FillInHandle(handle);
-    if (!InsertCommand(owner, handle, cmd)) {
-        LOGE("[%s:%d] handle duplicate: %lu", handle);
+    const EndTimeRecord record{owner, handle, cmd.GetEndTime(), kind};
+    try {
+        if (!EnterCommand(record, cmd)) {
+            LOGE("[%s:%d] handle duplicate: %lu", handle);
+            --mLiveHandles;
+            return -1;
+        }
+        EnterEventOrProbe(record);
+    } catch (const std::bad_alloc&) {
         --mLiveHandles;
-        return -1;
+        mEndTimes.Erase(record.endTime, handle);
+        ForgetEventOrProbe(record);
+        EraseCommand(owner, handle);
+        throw;
+    }
+    return 0;
+}
+
+bool CommandManager::EnterCommand(const EndTimeRecord& record, const CommandWrapper& cmd) {
+    if (!InsertCommand(record.owner, record.handle, cmd)) {
+        return false;
     }
     // The type decides, not the end time: a work mode carries its time of request as its end.
     if (cmd.GetType() == PERF_COMMAND_SHORT_START) {
-        mEndTimes.Insert({owner, handle, cmd.GetEndTime(), kind});
+        mEndTimes.Insert(record);
     }
-    return 0;
+    return true;
+}
+
+void CommandManager::EnterEventOrProbe(const EndTimeRecord& record) {
+    if (record.owner == mReservedPid) {
+        mEvents.emplace(record.kind, record.handle);
+    } else if (record.kind == kProbeRecordKind) {
+        mProbes.emplace(record.owner, record.handle);
+    }
+}
+
+void CommandManager::Withdraw(int owner, unsigned long handle) {
+    MutexLock lock(mMutex);
+    std::erase_if(mEvents, [handle](const auto& event) { return event.second == handle; });
+    CommandWrapper cmd;
+    if (TakeCommand(owner, handle, cmd)) {
+        TurnIntoRelease(cmd);
+    }
 }
 
 bool CommandManager::InsertCommand(int owner, unsigned long handle, const CommandWrapper& cmd) {
@@ -213,19 +240,30 @@ void CommandManager::ClearExpiredHandle(const TimePoint& now) {
 }
 
 void CommandManager::DropExpired(const EndTimeRecord& record) {
+    ForgetEventOrProbe(record);
+    if (EraseCommand(record.owner, record.handle)) {
+        --mLiveHandles;
+    }
+}
+
+void CommandManager::ForgetEventOrProbe(const EndTimeRecord& record) {
     if (record.owner == mReservedPid) {
         mEvents.erase({record.kind, record.handle});
     } else if (record.kind == kProbeRecordKind) {
         ForgetProbe(record.owner, record.handle);
     }
-    const auto owner = mCommands.find(record.owner);
-    if (owner == mCommands.end() || owner->second.erase(record.handle) == 0) {
-        return;
+}
+
+bool CommandManager::EraseCommand(int owner, unsigned long handle) {
+    const auto commands = mCommands.find(owner);
+    if (commands == mCommands.end()) {
+        return false;
     }
-    --mLiveHandles;
-    if (owner->second.empty()) {
-        DropOwner(owner);
+    const bool isErased = commands->second.erase(handle) != 0;
+    if (commands->second.empty()) {
+        DropOwner(commands);
     }
+    return isErased;
 }
 
 void CommandManager::ForgetProbe(int tid, unsigned long handle) {

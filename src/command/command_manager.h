@@ -1,7 +1,8 @@
 /// The handle table: issues the handles by which callers release what they asked for, keeps a copy
 /// of every live command, forgets timed commands once their end has passed, and turns a stored
 /// command into its release. Owned by the front; any thread may call it. Its mutex is held for the
-/// whole of each operation and never while commands are sent.
+/// whole of each operation and never while commands are sent. An operation that lacks memory throws
+/// std::bad_alloc and leaves the table as it was; releases need none, but for those of an event.
 #pragma once
 
 #include <cstddef>
@@ -74,6 +75,9 @@ public:
     /// work mode manager. -1 for any other type, which is left unchanged.
     int UpdateReleaseCommandType(CommandWrapper& cmd) const;
 
+    /// Forgets a command whose start was not sent after all; harmless for an unknown handle.
+    void Withdraw(int owner, unsigned long handle);
+
     // The builders take commands out of the table and answer with their releases. What has expired
     // is no longer found. They return 0, or -1 when there is nothing to release or a command could
     // not be turned; a command once taken out does not come back.
@@ -93,15 +97,21 @@ private:
 
     /// The next handle, counted as live; kInvalidHandle when there is none for this owner.
     unsigned long AllocHandleByPid(int pid) REQUIRES(mMutex);
-    /// Stores a copy of `cmd` under a handle just allocated, with an end-time record if it is
-    /// timed.
+    /// Stores a copy of `cmd` under a handle just allocated, with all that belongs to a command of
+    /// its kind.
     int StoreCommand(int owner, unsigned long handle, std::uint32_t kind, CommandWrapper& cmd)
         REQUIRES(mMutex);
+    /// The steps of StoreCommand: false, with nothing entered, for a handle that is there already.
+    bool EnterCommand(const EndTimeRecord& record, const CommandWrapper& cmd) REQUIRES(mMutex);
+    void EnterEventOrProbe(const EndTimeRecord& record) REQUIRES(mMutex);
     void ClearExpiredHandle(const TimePoint& now) REQUIRES(mMutex);
     /// Removes an expired record's command and event entry or probe entry.
     void DropExpired(const EndTimeRecord& record) REQUIRES(mMutex);
     int DeleteFromShortTermEndtimeMap(const TimePoint& end, unsigned long handle) REQUIRES(mMutex);
+    void ForgetEventOrProbe(const EndTimeRecord& record) REQUIRES(mMutex);
     void ForgetProbe(int tid, unsigned long handle) REQUIRES(mMutex);
+    /// Whether it was there. The live count is left to the caller.
+    bool EraseCommand(int owner, unsigned long handle) REQUIRES(mMutex);
 
     int ComposeReleaseCommand(int owner, unsigned long handle, CommandWrapper& out)
         REQUIRES(mMutex);

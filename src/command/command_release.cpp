@@ -1,4 +1,6 @@
 // The builders of release commands: the half of CommandManager that takes commands out again.
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "command/command_manager.h"
@@ -94,9 +96,12 @@ int CommandManager::BuildEventReleaseCommand(PerfEventId id, std::vector<Command
     MutexLock lock(mMutex);
     ClearExpiredHandle(SteadyNow());
     const auto first = mEvents.lower_bound({id, 0});
-    auto entry = first;
+    const auto end =
+        std::find_if(first, mEvents.end(), [id](const auto& event) { return event.first != id; });
+    // Before the first command leaves the table: it would not come back.
+    out.reserve(out.size() + static_cast<std::size_t>(std::distance(first, end)));
     int result = -1;
-    for (; entry != mEvents.end() && entry->first == id; ++entry) {
+    for (auto entry = first; entry != end; ++entry) {
         CommandWrapper release;
         if (ComposeReleaseCommand(mReservedPid, entry->second, release) != 0) {
             LOGD("[%s:%d] ComposeReleaseCommand failed");
@@ -105,10 +110,10 @@ int CommandManager::BuildEventReleaseCommand(PerfEventId id, std::vector<Command
         out.push_back(std::move(release));
         result = 0;
     }
-    if (entry == first) {
+    if (first == end) {
         LOGD("[%s:%d] invalid event id: %u", id);
     }
-    mEvents.erase(first, entry);
+    mEvents.erase(first, end);
     return result;
 }
 

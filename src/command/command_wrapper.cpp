@@ -49,9 +49,10 @@ void CommandWrapper::FillInWorkMode(PerfWorkMode mode) {
             LOGE("[%s:%d] command ptr is NULL!");
             return;
         }
-        auto amended = std::make_shared<PerfCommandItem>(*item);
-        amended->workMode = mode;
-        item = std::move(amended);
+        if (item.use_count() > 1) {
+            item = std::make_shared<PerfCommandItem>(*item);
+        }
+        item->workMode = mode;
     }
 }
 

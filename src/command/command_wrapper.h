@@ -38,6 +38,15 @@ struct QosInfoInt {
 /// A request, ascending by QoS, each of which occurs once.
 class QosInfos : public SmallVector<QosInfoInt, 1> {};
 
+struct PerfCommandItem;
+
+/// A stop that found no memory in its resource's queue and is chained up instead, see CommandFifo.
+struct LateStop {
+    bool isWaiting = false;
+    PerfCommandType type = PERF_COMMAND_SHORT_STOP;
+    std::shared_ptr<PerfCommandItem> next;
+};
+
 /// The part of a command that goes to one resource.
 struct PerfCommandItem {
     PerfQosId qosId = PERF_QOS_CPU_L;
@@ -46,6 +55,7 @@ struct PerfCommandItem {
     TimePoint startTime;
     TimePoint endTime;  ///< the epoch for a command without end
     GroupValueMap groups;
+    LateStop lateStop;  ///< the queue's own; guarded by the mutex of the queue
 };
 
 /// One item for each addressed resource, in the order in which they were inserted.
@@ -75,7 +85,9 @@ public:
     void FillInHandle(unsigned long handle);
 
     /// Gives every item the mode by putting an amended copy in its place: a worker may be reading
-    /// the item that was sent before. The wrapper keeps its handle, the items theirs.
+    /// the item that was sent before. An item that nobody else holds, such as that of a work mode
+    /// being released, is amended itself, which takes no memory. The wrapper keeps its handle, the
+    /// items theirs.
     void FillInWorkMode(PerfWorkMode mode);
 
     /// Appends an item with the wrapper's own times.

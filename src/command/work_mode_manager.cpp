@@ -1,5 +1,7 @@
 #include "command/work_mode_manager.h"
 
+#include <new>
+
 #include "command/handle.h"
 #include "platform/logging.h"
 #include "platform/plain_format.h"
@@ -38,7 +40,13 @@ int WorkModeManager::SetWorkMode(unsigned long handle, unsigned int mode, PerfWo
         LOGE("[%s:%d] invalid mode id: %u", mode);
         return -1;
     }
-    mByHandle[handle] = mModeSet.insert({handle, static_cast<PerfWorkMode>(mode)});
+    const auto entry = mByHandle.try_emplace(handle).first;
+    try {
+        entry->second = mModeSet.insert({handle, static_cast<PerfWorkMode>(mode)});
+    } catch (const std::bad_alloc&) {
+        mByHandle.erase(entry);
+        throw;
+    }
     return UpdateCurrWorkMode(result);
 }
 

@@ -31,7 +31,8 @@ public:
     /// Puts `mode` in force until the first request decides anew; 0, or -1 for an unknown mode.
     int InitWorkMode(PerfWorkMode mode);
 
-    /// Refuses a handle that already holds a mode, and an unknown mode.
+    /// Refuses a handle that already holds a mode, and an unknown mode. Throws std::bad_alloc with
+    /// nothing changed.
     int SetWorkMode(unsigned long handle, unsigned int mode, PerfWorkMode& result);
 
     /// Refuses a handle that holds no mode.

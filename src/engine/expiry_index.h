@@ -26,9 +26,10 @@ public:
 
     /// The result stays valid until it is removed.
     Iterator Add(TimePoint end, Token token) {
-        mExpiredCount += end <= mSweptTo ? 1U : 0U;
         // Later arrivals mostly end later; then the hint saves the search.
-        return mByEnd.emplace_hint(mByEnd.end(), end, token);
+        const Iterator added = mByEnd.emplace_hint(mByEnd.end(), end, token);
+        mExpiredCount += end <= mSweptTo ? 1U : 0U;
+        return added;
     }
 
     void Remove(Iterator entry) {

@@ -1,3 +1,5 @@
+#include <new>
+
 #include "engine/perf_group.h"
 #include "platform/logging.h"
 
@@ -234,9 +236,14 @@ int PerfGroup::DeleteExpiredWaitingCommand() {
         // It leaves the queue first: an item that cannot be dispatched must not wake the worker
         // again.
         mWaitingQue.DropHead();
-        if (due.endTime > mCurrTimePoint && DispathCommandToShortTermQue(due) < 0) {
-            LOGE("[%s:%d] [%s] DispathCommandToShortTermQue failed", mName.c_str());
-            return -1;
+        try {
+            if (due.endTime > mCurrTimePoint && DispathCommandToShortTermQue(due) < 0) {
+                LOGE("[%s:%d] [%s] DispathCommandToShortTermQue failed", mName.c_str());
+                return -1;
+            }
+        } catch (const std::bad_alloc&) {
+            // What has ended in this step is to be written all the same.
+            LOGE("[%s:%d] [%s] out of memory, handle %lu is left out", mName.c_str(), due.handle);
         }
     }
     return 0;
@@ -338,9 +345,10 @@ int PerfGroup::UpdateDefaultBoostBaseValue(const PerfGroupQueItem& item) {
     } else {
         if (const PerfGroupQueItem* former = mBoostBaseQue.FindQueued(kNoHandle)) {
             // Requests that hold the same value go with the former default.
-            mBoostBaseQue.EraseAllEqual(*former);
+            mBoostBaseQue.ReplaceEqual(*former, item);
+        } else {
+            mBoostBaseQue.AddQueued(item);
         }
-        mBoostBaseQue.AddQueued(item);
     }
     mBoostBaseQue.PromoteBetter();
     return mBoostBaseQue.Head().value != before ? 1 : 0;

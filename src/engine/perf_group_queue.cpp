@@ -1,5 +1,6 @@
 #include "engine/perf_group_queue.h"
 
+#include <new>
 #include <optional>
 
 namespace corebeacon {
@@ -52,6 +53,15 @@ void PerfGroupQueue::AddQueued(const PerfGroupQueItem& item) {
     Insert(item);
 }
 
+void PerfGroupQueue::ReplaceEqual(const PerfGroupQueItem& former, const PerfGroupQueItem& item) {
+    const auto [first, last] = mQueued.equal_range(former);
+    const Multiset::iterator added = Insert(item);
+    // An equal of those replaced stands behind them.
+    for (auto queued = first; queued != last && queued != added;) {
+        Erase(queued++);
+    }
+}
+
 std::size_t PerfGroupQueue::EraseQueued(const PerfGroupQueItem& item) {
     std::size_t erased = 0;
     auto [entry, last] = mByHandle.equal_range(item.handle);
@@ -64,14 +74,6 @@ std::size_t PerfGroupQueue::EraseQueued(const PerfGroupQueItem& item) {
         }
     }
     return erased;
-}
-
-void PerfGroupQueue::EraseAllEqual(const PerfGroupQueItem& item) {
-    // `item` may be one of those erased; it is not looked at again.
-    auto [queued, last] = mQueued.equal_range(item);
-    while (queued != last) {
-        Erase(queued++);
-    }
 }
 
 void PerfGroupQueue::DropHead() {
@@ -96,23 +98,38 @@ void PerfGroupQueue::PromoteBetter() {
     if (mQueued.empty() || !mOrder(*mQueued.begin(), mHead)) {
         return;
     }
-    const PerfGroupQueItem best = TakeBest();
-    Insert(mHead);
-    mHead = best;
+    Insert(mHead);  // first, as it may fail; the best item stays the first
+    mHead = TakeBest();
 }
 
 bool PerfGroupQueue::RankEqual(const PerfGroupQueItem& a, const PerfGroupQueItem& b) const {
     return !mOrder(a, b) && !mOrder(b, a);
 }
 
-void PerfGroupQueue::Insert(const PerfGroupQueItem& item) {
-    Place place;
+/// All of it or, when memory is lacking, nothing.
+PerfGroupQueue::Multiset::iterator PerfGroupQueue::Insert(const PerfGroupQueItem& item) {
     // A multiset puts a new item behind its equals, which is the order of arrival.
-    place.queued = mQueued.insert(item);
-    if (mLife == ItemLife::TIMED) {
-        place.expiry = mExpiry.Add(item.endTime, place.queued);
+    const auto queued = mQueued.insert(item);
+    try {
+        AddToIndexes(queued);
+    } catch (const std::bad_alloc&) {
+        mQueued.erase(queued);
+        throw;
     }
-    mByHandle.emplace(item.handle, place);
+    return queued;
+}
+
+void PerfGroupQueue::AddToIndexes(Multiset::iterator queued) {
+    const auto entry = mByHandle.emplace(queued->handle, Place{queued, {}});
+    if (mLife == ItemLife::UNTIMED) {
+        return;
+    }
+    try {
+        entry->second.expiry = mExpiry.Add(queued->endTime, queued);
+    } catch (const std::bad_alloc&) {
+        mByHandle.erase(entry);
+        throw;
+    }
 }
 
 PerfGroupQueue::HandleIndex::iterator PerfGroupQueue::Erase(HandleIndex::iterator entry) {

@@ -1,6 +1,7 @@
 /// The items that compete for one aspect of a group: the head, which is the best of them and the
 /// only one in force, and all others in order. Owned by a PerfGroup, whose worker thread alone uses
-/// it. Adding and removing cost no more among many equal values than among different ones.
+/// it. Adding and removing cost no more among many equal values than among different ones. What
+/// adds may throw std::bad_alloc, with nothing changed; what removes takes no memory.
 #pragma once
 
 #include <cstddef>
@@ -64,8 +65,9 @@ public:
 
     /// Erases the queued items that have the handle of `item` and rank equal with it; their number.
     std::size_t EraseQueued(const PerfGroupQueItem& item);
-    /// Erases the queued items that rank equal with `item`, whatever their handles.
-    void EraseAllEqual(const PerfGroupQueItem& item);
+    /// Queues `item` in the place of all queued items that rank equal with `former`, which may be
+    /// one of them.
+    void ReplaceEqual(const PerfGroupQueItem& former, const PerfGroupQueItem& item);
 
     /// Replaces the head by the best queued item, or by none.
     void DropHead();
@@ -90,7 +92,8 @@ private:
                                 PoolAllocator<std::pair<const unsigned long, Place>>>;
 
     bool RankEqual(const PerfGroupQueItem& a, const PerfGroupQueItem& b) const;
-    void Insert(const PerfGroupQueItem& item);
+    Multiset::iterator Insert(const PerfGroupQueItem& item);
+    void AddToIndexes(Multiset::iterator queued);
     HandleIndex::iterator Erase(HandleIndex::iterator entry);
     void Erase(Multiset::iterator queued);
     PerfGroupQueItem TakeBest();

@@ -23,20 +23,14 @@
 #include "command/command_wrapper.h"
 #include "corebeacon/perf_types.h"
 #include "corebeacon/qos_config.h"
+#include "engine/command_fifo.h"
 #include "engine/dump_info.h"
+#include "engine/group_command_slot.h"
 #include "engine/perf_group.h"
-#include "platform/fifo.h"
 #include "platform/mutex.h"
 #include "platform/thread_annotations.h"
 
 namespace corebeacon {
-
-/// One entry of a resource's queue. The item is shared, not copied, with the wrapper that carried
-/// it.
-struct PerfCommand {
-    PerfCommandType type = PERF_COMMAND_SHORT_START;
-    std::shared_ptr<PerfCommandItem> item;
-};
 
 /// What every kind of resource is constructed from. The configuration is read only while the
 /// resource is being built.
@@ -90,12 +84,14 @@ public:
     /// Tells the worker to end, without waiting for it; StopThread() must follow. Any thread.
     void RequestStop() EXCLUDES(mFifoMutex);
 
-    /// Queues a command and returns 0 at once. Any thread.
+    /// Queues a command and returns 0 at once. Any thread. Throws std::bad_alloc, with nothing
+    /// queued, when memory is lacking for a command that is neither a stop nor a work mode.
     int SendCommandToFifoQ(PerfCommand command) EXCLUDES(mFifoMutex);
 
     /// Waits, without a time limit, for the dump that the caller has queued a command for, and
-    /// appends it to `out`: base information when `isBaseInfo`, else the log. False, with nothing
-    /// appended, when the resource is stopped before the worker got to it. Any thread.
+    /// appends it to `out`: base information when `isBaseInfo`, else the log. It is empty when the
+    /// worker had no memory for it. False, with nothing appended, when the resource is stopped
+    /// before the worker got to it. Any thread.
     bool WaitLogFinish(bool isBaseInfo, std::ostringstream& out) EXCLUDES(mLogMutex);
     /// Appends the limits that the groups had in force lately. Any thread.
     void DumpLimitHistoryLog(std::ostringstream& out);
@@ -144,17 +140,21 @@ private:
     std::optional<WorkStatus> WaitForWork(TimePoint next) EXCLUDES(mFifoMutex);
     int HandleNewCommand() EXCLUDES(mFifoMutex);
     int CommandDispath(const PerfCommand& command);
+    void TakeBack(const PerfCommand& command);
     GroupCommandHandler GetCommandHandle(PerfCommandType type) const;
     bool HandlePrintInfoLocked(bool isBaseInfo, std::uint64_t wanted, std::ostringstream& out)
         REQUIRES(mLogMutex);
     void PrintBaseInfo(std::ostringstream& out) const REQUIRES(mLogMutex);
+
+    // Worker thread only, once it runs.
+    GroupCommandSlot mCommandSlot;
 
     // Owner's thread only.
     std::thread mThread;
 
     Mutex mFifoMutex;
     CondVar mFifoCond;
-    Fifo<PerfCommand> mFifo GUARDED_BY(mFifoMutex);
+    CommandFifo mFifo GUARDED_BY(mFifoMutex);
     bool mStop GUARDED_BY(mFifoMutex) = false;
 
     // How many dumps of a kind were queued: [0] logs, [1] base information.

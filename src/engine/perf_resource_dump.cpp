@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <iomanip>
+#include <new>
 
 #include "engine/perf_resource.h"
 #include "platform/logging.h"
@@ -19,9 +19,15 @@ std::string Word(const std::string& text) {
     if (!text.empty() && text.find_first_of(" \t\n,~\"\\") == std::string::npos) {
         return text;
     }
-    std::ostringstream quoted;
-    quoted << std::quoted(text);
-    return quoted.str();
+    // Without a stream, which would swallow a lack of memory and cut the word.
+    std::string quoted = "\"";
+    for (const char letter : text) {
+        if (letter == '"' || letter == '\\') {
+            quoted += '\\';
+        }
+        quoted += letter;
+    }
+    return quoted += '"';
 }
 
 void Append(std::string& list, char separator, const std::string& word) {
@@ -90,18 +96,31 @@ void PerfResource::DumpBase(ResourceDumpInfo& info) {
     }
 }
 
+// Both answer even when there is no memory for an answer: somebody waits for it.
+
 void PerfResource::GetLog() {
-    std::ostringstream text;
-    Dump(text);
+    std::string text;
+    try {
+        std::ostringstream out;
+        Dump(out);
+        text = out.bad() ? throw std::bad_alloc() : out.str();
+    } catch (const std::bad_alloc&) {
+        LOGE("[%s:%d] [%s] out of memory, the dump is left out", mName.c_str());
+    }
     MutexLock lock(mLogMutex);
-    mLogText = text.str();
+    mLogText = std::move(text);
     ++mDumpProgress[kLogDump].collected;
     mLogCond.NotifyAll();
 }
 
 void PerfResource::GetBaseInfo() {
     ResourceDumpInfo info;
-    DumpBase(info);
+    try {
+        DumpBase(info);
+    } catch (const std::bad_alloc&) {
+        LOGE("[%s:%d] [%s] out of memory, the dump is left out", mName.c_str());
+        info.groups.clear();
+    }
     MutexLock lock(mLogMutex);
     mBaseInfo = std::move(info);
     ++mDumpProgress[kBaseInfoDump].collected;
@@ -133,7 +152,9 @@ bool PerfResource::HandlePrintInfoLocked(bool isBaseInfo, std::uint64_t wanted,
     // Callers who asked at the same time share the newest dump; the last of them takes it away.
     const bool isLast = progress.delivered == progress.collected;
     if (isBaseInfo) {
-        PrintBaseInfo(out);
+        if (!mBaseInfo.groups.empty()) {
+            PrintBaseInfo(out);
+        }
         if (isLast) {
             mBaseInfo = {};
         }

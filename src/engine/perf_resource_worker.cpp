@@ -1,3 +1,4 @@
+#include <new>
 #include <system_error>
 
 #include "engine/perf_resource.h"
@@ -48,17 +49,17 @@ void PerfResource::StopThread() {
 }
 
 int PerfResource::SendCommandToFifoQ(PerfCommand command) {
-    if (command.item != nullptr) {
-        // Before the worker can see the command: an answer is never ahead of its question.
-        if (command.type == PERF_COMMAND_GET_LOG) {
-            ++mDumpsAsked[0];
-        } else if (command.type == PERF_COMMAND_GET_BASE_INFO) {
-            ++mDumpsAsked[1];
-        }
-    }
+    const bool isComplete = command.item != nullptr;
+    const PerfCommandType type = command.type;
     {
         MutexLock lock(mFifoMutex);
-        mFifo.PushBack(std::move(command));
+        mFifo.Push(std::move(command));
+        // Before the worker can take the command: an answer is never ahead of its question.
+        if (isComplete && type == PERF_COMMAND_GET_LOG) {
+            ++mDumpsAsked[0];
+        } else if (isComplete && type == PERF_COMMAND_GET_BASE_INFO) {
+            ++mDumpsAsked[1];
+        }
     }
     // Not under the mutex, where the worker would wake only to wait for it: on a busy CPU that
     // costs the caller two more switches. Whoever sends keeps the resource from being destroyed.
@@ -120,13 +121,31 @@ int PerfResource::HandleNewCommand() {
             LOGE("[%s:%d] [%s] empty command que", mName.c_str());
             return -1;
         }
-        command = mFifo.PopFront();
+        command = mFifo.Pop();
     }
-    if (CommandDispath(command) != 0) {
-        LOGE("[%s:%d] [%s] CommandDispath failed", mName.c_str());
+    try {
+        if (CommandDispath(command) != 0) {
+            LOGE("[%s:%d] [%s] CommandDispath failed", mName.c_str());
+            return -1;
+        }
+    } catch (const std::bad_alloc&) {
+        LOGE("[%s:%d] [%s] out of memory, handle %lu is left out", mName.c_str(),
+             command.item->handle);
+        TakeBack(command);
         return -1;
     }
     return 0;
+}
+
+/// Withdraws what is there of a start that found no memory: half of a request would stand
+/// unnoticed, and what is queued but not written would be taken for written. Needs no memory, like
+/// every stop.
+void PerfResource::TakeBack(const PerfCommand& command) {
+    if (command.type == PERF_COMMAND_SHORT_START) {
+        CommandProcess(*command.item, GetCommandHandle(PERF_COMMAND_SHORT_STOP));
+    } else if (command.type == PERF_COMMAND_LONG_START) {
+        CommandProcess(*command.item, GetCommandHandle(PERF_COMMAND_LONG_STOP));
+    }
 }
 
 }  // namespace corebeacon

@@ -1,6 +1,10 @@
 #include "engine/perf_thread_binder.h"
 
 #include <algorithm>
+#include <iterator>
+#include <limits>
+#include <new>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -25,6 +29,13 @@ ThreadQue::iterator FindThread(ThreadQue& que, TimePoint time, int tid) {
     return entry != last ? entry : que.end();
 }
 
+/// Takes no memory.
+void Move(ThreadQue& from, ThreadQue::iterator entry, TimePoint time, ThreadQue& to) {
+    auto node = from.extract(entry);
+    node.key() = time;
+    to.insert(std::move(node));
+}
+
 }  // namespace
 
 PerfThreadBinder::~PerfThreadBinder() {
@@ -44,6 +55,9 @@ int PerfThreadBinder::Init(const std::string& bindText, const std::string& unbin
         MutexLock lock(mMutex);
         mStop = false;
     }
+    // The name of a thread has a sign and ten digits at most.
+    mText.reserve(std::max(bindText.size(), unbindText.size()) + std::string_view("|-").size() +
+                  std::numeric_limits<int>::digits10 + 1);
     std::string formerBindText = std::exchange(mBindText, bindText);
     std::string formerUnbindText = std::exchange(mUnbindText, unbindText);
     try {
@@ -89,8 +103,13 @@ int PerfThreadBinder::AddThreadInfo(const ThreadInfo& info) {
         mKnownThreads.erase(known);
     }
     LOGD("[%s:%d] add probe tid = %d", info.tid);
-    mKnownThreads.emplace(info.tid, ThreadTime{info.startTime, info.endTime});
-    mWaitingQue.emplace(info.startTime, info);
+    const auto waiting = mWaitingQue.emplace(info.startTime, info);
+    try {
+        mKnownThreads.emplace(info.tid, ThreadTime{info.startTime, info.endTime});
+    } catch (const std::bad_alloc&) {
+        mWaitingQue.erase(waiting);
+        throw;
+    }
     mCond.NotifyAll();
     return 0;
 }
@@ -116,9 +135,11 @@ void PerfThreadBinder::DoConfig(bool bind, const ThreadInfo& info) {
     if (mNodePath.empty()) {
         return;
     }
-    const std::string text = (bind ? mBindText : mUnbindText) + "|" + std::to_string(info.tid);
-    const int result = SysWrapper::SysOpenAndWriteStr(kNodeName, mNodePath, text, mFd);
-    LOGD("[%s:%d] thread bind: %s, write ret = %d", text.c_str(), result);
+    mText = bind ? mBindText : mUnbindText;
+    mText += "|";
+    mText += std::to_string(info.tid);
+    const int result = SysWrapper::SysOpenAndWriteStr(kNodeName, mNodePath, mText, mFd);
+    LOGD("[%s:%d] thread bind: %s, write ret = %d", mText.c_str(), result);
 }
 
 void PerfThreadBinder::CloseAllFds() {
@@ -163,13 +184,13 @@ void PerfThreadBinder::WaitForWork() {
 
 void PerfThreadBinder::WriteChanges(const Changes& changes) {
     // A removed thread may be back with a new span: its old one ends first.
-    for (const ThreadInfo& info : changes.removed) {
+    for (const auto& [time, info] : changes.removed) {
         DoConfig(false, info);
     }
     for (const ThreadInfo& info : changes.inEffect) {
         DoConfig(true, info);
     }
-    for (const ThreadInfo& info : changes.expired) {
+    for (const auto& [time, info] : changes.expired) {
         DoConfig(false, info);
     }
 }
@@ -178,27 +199,41 @@ bool PerfThreadBinder::TakeInEffectWaitingThread(TimePoint now) {
     bool anyInEffect = false;
     auto entry = mWaitingQue.begin();
     while (entry != mWaitingQue.end() && entry->first <= now) {
+        const auto next = std::next(entry);
         const ThreadInfo& info = entry->second;
-        if (info.endTime > now) {
+        if (info.endTime > now && TakeInEffect(entry)) {
             LOGD("[%s:%d] [%s:%d] ThreadBinder takeInEffect tid %d", __func__, __LINE__, info.tid);
-            mChanges.inEffect.push_back(info);
-            mEffectiveQue.emplace(info.endTime, info);
             anyInEffect = true;
         } else {
             mKnownThreads.erase(info.tid);  // or the thread could never be probed again
+            mWaitingQue.erase(entry);
         }
-        entry = mWaitingQue.erase(entry);
+        entry = next;
     }
     return anyInEffect;
+}
+
+/// False, with nothing changed, when there is no memory for what has to be written.
+bool PerfThreadBinder::TakeInEffect(ThreadQue::iterator waiting) {
+    const ThreadInfo& info = waiting->second;
+    try {
+        mChanges.inEffect.push_back(info);
+    } catch (const std::bad_alloc&) {
+        LOGE("[%s:%d] out of memory, tid %d is not bound", info.tid);
+        return false;
+    }
+    Move(mWaitingQue, waiting, info.endTime, mEffectiveQue);
+    return true;
 }
 
 void PerfThreadBinder::BuildExpiredList(TimePoint now) {
     TakeInEffectWaitingThread(now);
     auto entry = mEffectiveQue.begin();
     while (entry != mEffectiveQue.end() && entry->first <= now) {
-        mChanges.expired.push_back(entry->second);
+        const auto next = std::next(entry);
         mKnownThreads.erase(entry->second.tid);
-        entry = mEffectiveQue.erase(entry);
+        Move(mEffectiveQue, entry, entry->first, mChanges.expired);
+        entry = next;
     }
 }
 
@@ -223,8 +258,7 @@ void PerfThreadBinder::DeleteFromQue(int tid, const ThreadTime& time) {
 void PerfThreadBinder::DeleteFromEffectiveQue(int tid, TimePoint endTime) {
     const auto entry = FindThread(mEffectiveQue, endTime, tid);
     if (entry != mEffectiveQue.end()) {
-        mChanges.removed.push_back(entry->second);
-        mEffectiveQue.erase(entry);
+        Move(mEffectiveQue, entry, entry->first, mChanges.removed);
     }
 }
 

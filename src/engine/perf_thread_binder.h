@@ -42,6 +42,7 @@ public:
     void Stop();
 
     /// Takes up a probe, unless its thread has one whose span has not ended. Returns 0 either way.
+    /// Throws std::bad_alloc with the probe not taken up.
     int AddThreadInfo(const ThreadInfo& info);
 
     /// Ends the probe of `tid` ahead of its time; a bound thread is unbound, before any later probe
@@ -63,17 +64,19 @@ private:
         TimePoint endTime;
     };
     using ThreadQue = std::multimap<TimePoint, ThreadInfo>;
-    /// What one pass of the worker has to write, in this order.
+    /// What one pass of the worker has to write, in this order. What unbinds a thread must not fail
+    /// for lack of memory: those entries move here as they stand.
     struct Changes {
-        std::vector<ThreadInfo> removed;   ///< bound threads whose probe was removed: unbind
+        ThreadQue removed;                 ///< bound threads whose probe was removed: unbind
         std::vector<ThreadInfo> inEffect;  ///< span has just begun: bind
-        std::vector<ThreadInfo> expired;   ///< span has just ended: unbind
+        ThreadQue expired;                 ///< span has just ended: unbind
     };
 
     void WorkThread() EXCLUDES(mMutex);
     void WaitForWork() REQUIRES(mMutex);
     void WriteChanges(const Changes& changes);
     bool TakeInEffectWaitingThread(TimePoint now) REQUIRES(mMutex);
+    bool TakeInEffect(ThreadQue::iterator waiting) REQUIRES(mMutex);
     void BuildExpiredList(TimePoint now) REQUIRES(mMutex);
     TimePoint FindMinTime() const REQUIRES(mMutex);
     void DeleteFromQue(int tid, const ThreadTime& time) REQUIRES(mMutex);
@@ -86,6 +89,7 @@ private:
 
     // Worker thread only, while it runs.
     int mFd = -1;
+    std::string mText;  // has room for every text that is written
 
     // Owner's thread only.
     std::thread mThread;

@@ -1,9 +1,11 @@
 #include "corebeacon/config_manager.h"
 
 #include <iterator>
+#include <new>
 
 #include "front/config_manager_state.h"
 #include "front/entry_validation.h"
+#include "front/out_of_memory.h"
 #include "platform/logging.h"
 
 namespace corebeacon {
@@ -70,17 +72,29 @@ int ConfigManager::Init(PerfDefaultConfig& config, const std::vector<Configurabl
         LOGE("[%s:%d] workMode invalid %u", config.workMode);
         return -1;
     }
-    if (mState->resourceManager.Init(config) != 0) {
-        LOGE("[%s:%d] resource manager Init failed");
-        UndoInit();
-        return -1;
+    int result = -1;
+    try {
+        result = InitParts(config, events, scenarios, probe);
+    } catch (const std::bad_alloc&) {
+        OutOfMemory("Init");
     }
-    if (InitTables(events, scenarios, probe) != 0) {
+    if (result != 0) {
         UndoInit();
         return -1;
     }
     mState->initialised = true;
     return 0;
+}
+
+int ConfigManager::InitParts(PerfDefaultConfig& config,
+                             const std::vector<ConfigurableEvent>& events,
+                             const std::vector<ConfigurableScenario>& scenarios,
+                             const ProbeEvent& probe) {
+    if (mState->resourceManager.Init(config) != 0) {
+        LOGE("[%s:%d] resource manager Init failed");
+        return -1;
+    }
+    return InitTables(events, scenarios, probe);
 }
 
 int ConfigManager::InitTables(const std::vector<ConfigurableEvent>& events,

@@ -1,9 +1,11 @@
 // Scenarios that a debugging shell switches on and off by name.
 #include <map>
+#include <new>
 #include <string>
 
 #include "corebeacon/config_manager.h"
 #include "front/config_manager_state.h"
+#include "front/out_of_memory.h"
 #include "platform/logging.h"
 #include "platform/plain_format.h"
 
@@ -40,7 +42,7 @@ const std::map<std::string, DebugScenarioInfo>& DebugTable() {
 
 }  // namespace
 
-bool ConfigManager::DebugSet(std::ostringstream& out, const std::string& option) {
+bool ConfigManager::DebugSet(std::ostringstream& out, const std::string& option) try {
     MutexLock lock(mState->debugMutex);
     const auto entry = DebugTable().find(option);
     if (entry == DebugTable().end()) {
@@ -60,6 +62,9 @@ bool ConfigManager::DebugSet(std::ostringstream& out, const std::string& option)
         DisableDebugScenario(out, scenarioId, handle);
     }
     return true;
+} catch (const std::bad_alloc&) {
+    OutOfMemory("DebugSet");
+    return false;
 }
 
 void ConfigManager::EnableDebugScenario(std::ostringstream& out, unsigned int scenarioId,

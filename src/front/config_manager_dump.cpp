@@ -1,7 +1,10 @@
 // Text dumps of the engine's state.
+#include <new>
+
 #include "corebeacon/config_manager.h"
 #include "corebeacon/version.h"
 #include "front/config_manager_state.h"
+#include "front/out_of_memory.h"
 #include "platform/clock.h"
 #include "platform/logging.h"
 #include "platform/plain_format.h"
@@ -25,6 +28,9 @@ int ConfigManager::Dump(std::ostringstream& out, const std::vector<std::string>&
     }
     const std::string& type = args.front();
     if (!DumpInfo(out, type)) {
+        if (out.bad()) {
+            return -1;
+        }
         LOGE("[%s:%d] invalid type %s", type.c_str());
         const PlainFormat format(out);
         out << "invalid type " << type << "\n";
@@ -56,10 +62,10 @@ bool ConfigManager::DumpInfo(std::ostringstream& out, const std::string& type) {
     } else {
         return false;
     }
-    return true;
+    return !out.bad();
 }
 
-int ConfigManager::TaskDump(bool full, std::ostringstream& out) {
+int ConfigManager::TaskDump(bool full, std::ostringstream& out) try {
     // The pass is given back last, after everything here that destruction would take away.
     const DumpPass pass(mState->dumpGate);
     MutexLock lock(mState->dumpMutex);
@@ -77,7 +83,10 @@ int ConfigManager::TaskDump(bool full, std::ostringstream& out) {
             LOGD("[%s:%d] [%s:%d] res %u log finish", __func__, __LINE__, id);
         }
     }
-    return 0;
+    return out.bad() ? -1 : 0;
+} catch (const std::bad_alloc&) {
+    out.setstate(std::ios_base::badbit);  // as it tells of itself when it finds no memory
+    return OutOfMemory("TaskDump");
 }
 
 void ConfigManager::BuildGetLogCmd(std::vector<PerfQosId>& ids, CommandWrapper& cmd) const {

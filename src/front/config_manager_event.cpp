@@ -1,11 +1,13 @@
 // Events out of the host's table, and probes of threads.
 #include <chrono>
 #include <map>
+#include <new>
 #include <string>
 
 #include "corebeacon/config_manager.h"
 #include "front/config_manager_state.h"
 #include "front/entry_validation.h"
+#include "front/out_of_memory.h"
 #include "platform/clock.h"
 #include "platform/logging.h"
 #include "platform/sys_wrapper.h"
@@ -43,7 +45,7 @@ void AddEventTraceName(PerfEventId eventId, const std::vector<unsigned int>& par
 }  // namespace
 
 int ConfigManager::PerfEvent(PerfEventId eventId, const std::vector<unsigned int>& params,
-                             const std::string& message) {
+                             const std::string& message) try {
     LOGI("[%s:%d] user message: %s", message.c_str());
     AddEventTraceName(eventId, params);
     switch (eventId) {
@@ -54,6 +56,8 @@ int ConfigManager::PerfEvent(PerfEventId eventId, const std::vector<unsigned int
         default:
             return HandleTableEvent(eventId, params);
     }
+} catch (const std::bad_alloc&) {
+    return OutOfMemory("PerfEvent");
 }
 
 int ConfigManager::HandleProbeEvent(const std::vector<unsigned int>& params) {
@@ -85,14 +89,14 @@ int ConfigManager::HandleTableEvent(PerfEventId eventId, const std::vector<unsig
         return 0;
     }
     if (params.front() == kStop && params.size() == 1) {
-        StopEvent(eventId);
+        EndEvent(eventId);
         return 0;
     }
     LOGE("[%s:%d] invalid parameter for PerfEvent");
     return -1;
 }
 
-int ConfigManager::StartEvent(PerfEventId eventId, unsigned int duration) {
+int ConfigManager::StartEvent(PerfEventId eventId, unsigned int duration) try {
     const std::multimap<PerfQosId, PerfEventItemInt> items =
         mState->eventManager.EventIdToQosInfo(eventId);
     if (items.empty()) {
@@ -119,9 +123,17 @@ int ConfigManager::StartEvent(PerfEventId eventId, unsigned int duration) {
         return -1;
     }
     return 0;
+} catch (const std::bad_alloc&) {
+    return OutOfMemory("StartEvent");
 }
 
-void ConfigManager::StopEvent(PerfEventId eventId) {
+void ConfigManager::StopEvent(PerfEventId eventId) try {
+    EndEvent(eventId);
+} catch (const std::bad_alloc&) {
+    OutOfMemory("StopEvent");
+}
+
+void ConfigManager::EndEvent(PerfEventId eventId) {
     std::vector<CommandWrapper> releases;
     if (mState->commandManager.BuildEventReleaseCommand(eventId, releases) != 0) {
         LOGD("[%s:%d] BuildEventReleaseCommand failed");
@@ -134,7 +146,7 @@ void ConfigManager::StopEvent(PerfEventId eventId) {
     }
 }
 
-int ConfigManager::StartProbe(int tid) {
+int ConfigManager::StartProbe(int tid) try {
     const ProbeEvent& probe = mState->eventManager.GetProbeInfo();
     const TimePoint now = SteadyNow();
     const TimePoint start = LaterBy(now, milliseconds(probe.startDelayMs));
@@ -159,7 +171,13 @@ int ConfigManager::StartProbe(int tid) {
         StopProbe(tid);  // or a second try would pass for a duplicate
         return -1;
     }
-    return BindThread(tid, handle, start, end);
+    if (BindThread(tid, handle, start, end) != 0) {
+        StopProbe(tid);
+        return -1;
+    }
+    return 0;
+} catch (const std::bad_alloc&) {
+    return OutOfMemory("StartProbe");
 }
 
 /// The value with which a probe may boost group 0 of a QoS on this device; 0 when it may not.
@@ -197,7 +215,12 @@ int ConfigManager::BindThread(int tid, unsigned long handle, const TimePoint& st
         // one for its duplicate.
         mState->threadBinder.DeleteThreadInfo(tid);
     }
-    return mState->threadBinder.AddThreadInfo({tid, start, end});
+    try {
+        return mState->threadBinder.AddThreadInfo({tid, start, end});
+    } catch (const std::bad_alloc&) {
+        LOGE("[%s:%d] out of memory, tid %d is not bound", tid);
+        return -1;
+    }
 }
 
 void ConfigManager::UnbindThread(int tid) {

@@ -1,10 +1,12 @@
 #include <algorithm>
+#include <new>
 #include <string>
 #include <utility>
 
 #include "corebeacon/config_manager.h"
 #include "front/config_manager_state.h"
 #include "front/entry_validation.h"
+#include "front/out_of_memory.h"
 #include "platform/clock.h"
 #include "platform/logging.h"
 #include "platform/sys_wrapper.h"
@@ -21,7 +23,8 @@ constexpr unsigned int kMaxDurationMs = 60000;
 }  // namespace
 
 int ConfigManager::PerfRequest(int pid, unsigned int duration,
-                               const std::vector<PerfRequestInfo>& request, unsigned long& handle) {
+                               const std::vector<PerfRequestInfo>& request,
+                               unsigned long& handle) try {
     const TimePoint now = SteadyNow();
     PerfCommandType type = PERF_COMMAND_LONG_START;
     TimePoint end{};
@@ -53,6 +56,8 @@ int ConfigManager::PerfRequest(int pid, unsigned int duration,
         cmd.InsertRequestCommand(entry.qosId, std::move(entry.groups));
     }
     return StartRequest(pid, now, cmd, handle);
+} catch (const std::bad_alloc&) {
+    return OutOfMemory("PerfRequest");
 }
 
 int ConfigManager::StartRequest(int pid, const TimePoint& now, CommandWrapper& cmd,
@@ -75,21 +80,38 @@ int ConfigManager::Send(const CommandWrapper& cmd) {
     return mState->resourceManager.SendCmdToResources(cmd);
 }
 
-int ConfigManager::SendRegistered(int pid, const CommandWrapper& cmd) {
-    if (Send(cmd) != 0) {
-        return -1;
+int ConfigManager::SendRegistered(int owner, CommandWrapper& cmd) {
+    try {
+        if (Send(cmd) != 0) {
+            return -1;
+        }
+    } catch (const std::bad_alloc&) {
+        TakeBack(owner, cmd);
+        throw;
     }
     if (cmd.GetType() == PERF_COMMAND_BASE_SET ||
-        mState->commandManager.IsRegistered(pid, cmd.GetHandle())) {
+        mState->commandManager.IsRegistered(owner, cmd.GetHandle())) {
         return 0;
     }
     // A release-all took the handle between its registration and the sending, so its stop may have
     // been queued ahead of this start. Without a second stop the value would stand for ever.
-    CommandWrapper stop = cmd;
-    if (mState->commandManager.UpdateReleaseCommandType(stop) != 0) {
+    return SendStop(cmd);
+}
+
+/// For a start of which only some items could be sent: nobody gets a handle to release them.
+void ConfigManager::TakeBack(int owner, CommandWrapper& cmd) {
+    if (cmd.GetType() == PERF_COMMAND_BASE_SET) {
+        return;  // its one item was not sent
+    }
+    mState->commandManager.Withdraw(owner, cmd.GetHandle());
+    SendStop(cmd);
+}
+
+int ConfigManager::SendStop(CommandWrapper& cmd) {
+    if (mState->commandManager.UpdateReleaseCommandType(cmd) != 0) {
         return -1;
     }
-    return Send(stop);
+    return Send(cmd);
 }
 
 int ConfigManager::PreHandleEasBaseCommand(unsigned int duration, PerfCommandType& type,

@@ -1,9 +1,11 @@
 // Scenarios, work modes and the suspension of resources.
 #include <map>
+#include <new>
 #include <string>
 
 #include "corebeacon/config_manager.h"
 #include "front/config_manager_state.h"
+#include "front/out_of_memory.h"
 #include "platform/clock.h"
 #include "platform/logging.h"
 #include "platform/sys_wrapper.h"
@@ -37,7 +39,7 @@ void AddSuspendTraceName(const std::vector<unsigned int>& params) {
 
 }  // namespace
 
-int ConfigManager::PerfSetScenario(int pid, unsigned int scenarioId, unsigned long& handle) {
+int ConfigManager::PerfSetScenario(int pid, unsigned int scenarioId, unsigned long& handle) try {
     const TimePoint now = SteadyNow();
     const std::map<PerfQosId, GroupValueMap>& scenario =
         mState->scenarioManager.ScenarioIdToQosInfo(scenarioId);
@@ -54,9 +56,11 @@ int ConfigManager::PerfSetScenario(int pid, unsigned int scenarioId, unsigned lo
         cmd.InsertRequestCommand(qosId, groups);
     }
     return StartRequest(pid, now, cmd, handle);
+} catch (const std::bad_alloc&) {
+    return OutOfMemory("PerfSetScenario");
 }
 
-int ConfigManager::PerfSetMode(int pid, unsigned int mode, unsigned long& handle) {
+int ConfigManager::PerfSetMode(int pid, unsigned int mode, unsigned long& handle) try {
     if (!mState->workModeManager.IsValidWorkModeId(mode)) {
         LOGE("[%s:%d] invalid work mode id: %u", mode);
         return -1;
@@ -75,7 +79,14 @@ int ConfigManager::PerfSetMode(int pid, unsigned int mode, unsigned long& handle
         return -1;
     }
     PerfWorkMode result = PERF_WORK_MODE_0;
-    const int changed = mState->workModeManager.SetWorkMode(handle, mode, result);
+    int changed = 0;
+    try {
+        cmd.FillInWorkMode(result);  // parts from the item in the table, so that the next does not
+        changed = mState->workModeManager.SetWorkMode(handle, mode, result);
+    } catch (const std::bad_alloc&) {
+        mState->commandManager.Withdraw(pid, handle);
+        throw;
+    }
     if (changed < 0) {
         LOGE("[%s:%d] SetWorkMode failed for pid %d", pid);
         return -1;
@@ -90,9 +101,11 @@ int ConfigManager::PerfSetMode(int pid, unsigned int mode, unsigned long& handle
         return -1;
     }
     return 0;
+} catch (const std::bad_alloc&) {
+    return OutOfMemory("PerfSetMode");
 }
 
-int ConfigManager::PerfSetSuspend(const std::vector<unsigned int>& params) {
+int ConfigManager::PerfSetSuspend(const std::vector<unsigned int>& params) try {
     if (params.size() < kMinSuspendParams) {
         LOGE("[%s:%d] invalid Set Suspend param size %zu", params.size());
         return -1;
@@ -114,6 +127,8 @@ int ConfigManager::PerfSetSuspend(const std::vector<unsigned int>& params) {
         return -1;
     }
     return 0;
+} catch (const std::bad_alloc&) {
+    return OutOfMemory("PerfSetSuspend");
 }
 
 }  // namespace corebeacon

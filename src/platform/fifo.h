@@ -17,11 +17,16 @@ public:
     bool Empty() const { return mSize == 0; }
     std::size_t Size() const { return mSize; }
 
-    /// When memory runs out nothing has changed.
-    void PushBack(T value) {
+    /// The next PushBack then takes no memory. When memory runs out nothing has changed.
+    void MakeRoom() {
         if (mSize == mPlaces.size()) {
             Grow();
         }
+    }
+
+    /// When memory runs out nothing has changed, but `value` is gone.
+    void PushBack(T value) {
+        MakeRoom();
         mPlaces[(mFirst + mSize) & (mPlaces.size() - 1)] = std::move(value);
         ++mSize;
     }

@@ -19,6 +19,18 @@ int OpenForReading(const std::string& path) {
     return fd;
 }
 
+/// Closes a descriptor for good, also when there is no memory for what was read.
+class FdGuard {
+public:
+    explicit FdGuard(int fd) : mFd(fd) {}
+    ~FdGuard() { GetNodeIo().Close(mFd); }
+    FdGuard(const FdGuard&) = delete;
+    FdGuard& operator=(const FdGuard&) = delete;
+
+private:
+    const int mFd;
+};
+
 // 0 at the end of the node, otherwise the errno value that ended the reading.
 int ReadToEnd(int fd, std::string& text) {
     std::array<char, 4096> buffer;  // a sysfs attribute is one page at most
@@ -48,8 +60,11 @@ NodeStatus ReadNode(const std::string& path, std::string& out) {
         return NodeStatus::NOT_OPENED;
     }
     std::string text;
-    const int error = ReadToEnd(fd, text);
-    GetNodeIo().Close(fd);
+    int error = 0;
+    {
+        const FdGuard guard(fd);
+        error = ReadToEnd(fd, text);
+    }
     if (error != 0) {
         errno = error;  // closing may have overwritten it
         return NodeStatus::NOT_READ;

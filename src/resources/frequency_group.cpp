@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <ctime>
+#include <new>
 #include <utility>
 
 #include "platform/logging.h"
@@ -60,11 +61,7 @@ int FrequencyGroup::DoConfig(int boost, int limit) {
     LOGI("[%s:%d] ############ [%s] final write: (%d, %d) \n", mName.c_str(), boost, limit);
     RecordLimitCmd(boost, limit);
     UpdateLimitHistoryQue(limit);
-    if (SysWrapper::IsSysTraceEnabled()) {
-        SysWrapper::SysTraceName("corebeacon_log:" + mName + " write freq: " + boostText + "~" +
-                                 limitText + ", mode=" + std::to_string(GetWorkMode()) +
-                                 ", suspend=" + std::to_string(static_cast<int>(IsSuspended())));
-    }
+    AddSysTraceName(boostText, limitText);
     // A kernel refuses a floor above the ceiling in force and a ceiling below the floor in force.
     // The first write makes room for a rising floor; it fails when both fall, and so does not
     // count: the last one then finds the floor lowered.
@@ -75,6 +72,19 @@ int FrequencyGroup::DoConfig(int boost, int limit) {
     }
     WriteGpuTopFreq(limit);
     return 0;
+}
+
+void FrequencyGroup::AddSysTraceName(const std::string& boost, const std::string& limit) const {
+    if (!SysWrapper::IsSysTraceEnabled()) {
+        return;
+    }
+    try {
+        SysWrapper::SysTraceName("corebeacon_log:" + mName + " write freq: " + boost + "~" + limit +
+                                 ", mode=" + std::to_string(GetWorkMode()) +
+                                 ", suspend=" + std::to_string(static_cast<int>(IsSuspended())));
+    } catch (const std::bad_alloc&) {
+        LOGW("[%s:%d] [%s] out of memory, a trace marker is left out", mName.c_str());
+    }
 }
 
 void FrequencyGroup::RecordLimitCmd(int boost, int limit) {
@@ -112,7 +122,12 @@ void FrequencyGroup::UpdateLimitHistoryQue(int limit) {
         mLimitHistory.pop_front();
     }
     // The limit displaced stays without an end: it was never lifted.
-    mLimitHistory.push_back({.startTime = GetClock().WallNow(), .limit = value});
+    try {
+        mLimitHistory.push_back({.startTime = GetClock().WallNow(), .limit = value});
+    } catch (const std::bad_alloc&) {
+        LOGW("[%s:%d] [%s] out of memory, limit %d is left out of the history", mName.c_str(),
+             limit);
+    }
 }
 
 void FrequencyGroup::WriteGpuTopFreq(int limit) {

@@ -52,6 +52,8 @@ public:
     /// limit) is no limit worth telling.
     void RecordLimitCmd(int boost, int limit);
     void UpdateLimitHistoryQue(int limit) EXCLUDES(mHistoryMutex);
+    /// Marks the write for the system tracer, if there is one.
+    void AddSysTraceName(const std::string& boost, const std::string& limit) const;
     /// Writes the switch if `limit` is another than the one it was last written for.
     void WriteGpuTopFreq(int limit);
 

@@ -44,7 +44,15 @@ unsigned int ParseNumber(std::string_view piece) {
 }  // namespace
 
 IoctlLevelMapGroup::IoctlLevelMapGroup(const PerfGroupConfig& config, PerfWorkMode mode)
-    : LevelMapGroup(config, mode), mResetLevel(config.baseMin) {}
+    : LevelMapGroup(config, mode), mResetLevel(config.baseMin) {
+    std::size_t longest = 0;
+    for (const auto& [level, values] : config.level2ValueMap) {
+        for (const std::string& value : values) {
+            longest = std::max(longest, value.size());
+        }
+    }
+    mNumbers.reserve(longest);  // a number has a digit
+}
 
 int IoctlLevelMapGroup::DoConfig(int boost, int /*limit*/) {
     const std::vector<std::string>* const values = FindValues(boost);
@@ -84,9 +92,9 @@ void IoctlLevelMapGroup::StrToIntVec(const std::string& text,
 
 void IoctlLevelMapGroup::ScMasterPrioProc(int& fd, int level, const PathInfo& path,
                                           const std::string& value) {
-    std::vector<unsigned int> numbers;
-    StrToIntVec(value, numbers);
-    if (numbers.size() < 2) {
+    mNumbers.clear();
+    StrToIntVec(value, mNumbers);
+    if (mNumbers.size() < 2) {
         LOGE("[%s:%d] [%s] the value format of %s error \n", mName.c_str(), path.path.c_str());
         return;
     }
@@ -99,8 +107,8 @@ void IoctlLevelMapGroup::ScMasterPrioProc(int& fd, int level, const PathInfo& pa
              error, SysWrapper::ErrnoText(error).Text());
         return;
     }
-    const int result = level == mResetLevel ? ResetScMasterPrio(fd, numbers[0])
-                                            : SetScMasterPrio(fd, numbers[0], numbers[1]);
+    const int result = level == mResetLevel ? ResetScMasterPrio(fd, mNumbers[0])
+                                            : SetScMasterPrio(fd, mNumbers[0], mNumbers[1]);
     if (result < 0) {
         const int error = errno;
         LOGE("[%s:%d] [%s] %s ioctl to %s failed, errno=%d (%s) \n", mName.c_str(), value.c_str(),

@@ -36,6 +36,10 @@ private:
     // Fixed after construction.
     const int mResetLevel;
     const std::uint8_t mIoctlType = 'x';
+
+    // Worker thread only. Has room for every value of the group, since a write has to come about
+    // also when there is no memory.
+    std::vector<unsigned int> mNumbers;
 };
 
 }  // namespace corebeacon

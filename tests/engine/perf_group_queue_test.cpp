@@ -145,17 +145,18 @@ TEST(PerfGroupQueue, ExchangesTheHeadOnlyForAStrictlyBetterItem) {
     EXPECT_EQ(Shape(queue), "4:1 | 3:2 3:" + std::to_string(kNoHandle));
 }
 
-TEST(PerfGroupQueue, ErasesEqualsWhateverTheirHandles) {
+TEST(PerfGroupQueue, ReplacesEqualsWhateverTheirHandles) {
     PerfGroupQueue queue(BoostQueCompare, ItemLife::UNTIMED, Item(1, 5));
     queue.AddQueued(Item(kNoHandle, 3));
     queue.AddQueued(Item(2, 3));
     queue.AddQueued(Item(3, 2));
     const PerfGroupQueItem* found = queue.FindQueued(kNoHandle);
     ASSERT_NE(found, nullptr);
-    queue.EraseAllEqual(*found);
-    EXPECT_EQ(Shape(queue), "5:1 | 2:3");
-    EXPECT_EQ(queue.FindQueued(kNoHandle), nullptr);
+    queue.ReplaceEqual(*found, Item(kNoHandle, 1));
+    EXPECT_EQ(Shape(queue), "5:1 | 2:3 1:" + std::to_string(kNoHandle));
     EXPECT_EQ(queue.FindQueued(2), nullptr);
+    queue.ReplaceEqual(*queue.FindQueued(3), Item(4, 2));
+    EXPECT_EQ(Shape(queue), "5:1 | 2:4 1:" + std::to_string(kNoHandle));
 }
 
 std::size_t CountExpired(const PerfGroupQueue& queue, TimePoint now) {
@@ -231,10 +232,11 @@ public:
             return other.handle == item.handle && !mOrder(other, item) && !mOrder(item, other);
         });
     }
-    void EraseAllEqual(const PerfGroupQueItem& item) {
+    void ReplaceEqual(const PerfGroupQueItem& former, const PerfGroupQueItem& item) {
         EraseIf([&](const PerfGroupQueItem& other) {
-            return !mOrder(other, item) && !mOrder(item, other);
+            return !mOrder(other, former) && !mOrder(former, other);
         });
+        Insert(item);
     }
     bool DropHead(unsigned long handle) {
         if (mItems.empty() || mItems.front().handle != handle) {
@@ -326,9 +328,11 @@ TEST_P(PerfGroupQueueTwin, BehavesLikeTheNaiveQueue) {
                     now += pick(10);
                     break;
                 case 4:
-                    if (pick(4) == 0) {
-                        queue.EraseAllEqual(item);
-                        naive.EraseAllEqual(item);
+                    if (pick(4) == 0 && queue.HasHead()) {
+                        PerfGroupQueItem added = item;
+                        added.value = pick(values);
+                        queue.ReplaceEqual(item, added);
+                        naive.ReplaceEqual(item, added);
                     }
                     break;
                 case 5:

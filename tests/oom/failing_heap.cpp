@@ -1,0 +1,95 @@
+#include "oom/failing_heap.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+using corebeacon::test::HeapUser;
+using corebeacon::test::Shortage;
+
+enum class Watched { NOBODY, TESTS_THREAD, OTHER_THREADS };
+
+std::atomic<Watched> gWatched{Watched::NOBODY};
+std::atomic<Shortage> gShortage{Shortage::ONCE};
+std::atomic<long> gLeft{0};
+std::atomic<bool> gHasFailed{false};
+thread_local bool gIsTestsThread = false;
+thread_local int gExemptions = 0;
+
+bool IsToFail() {
+    const Watched watched = gWatched.load();
+    if (watched == Watched::NOBODY || gExemptions > 0 ||
+        (watched == Watched::TESTS_THREAD) != gIsTestsThread) {
+        return false;
+    }
+    const long left = --gLeft;
+    if (left > 0 || (left < 0 && gShortage.load() == Shortage::ONCE)) {
+        return false;
+    }
+    gHasFailed = true;
+    return true;
+}
+
+void* Allocate(std::size_t size) {
+    void* const block = IsToFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    return Allocate(size);
+}
+
+void* operator new[](std::size_t size) {
+    return Allocate(size);
+}
+
+void operator delete(void* block) noexcept {
+    std::free(block);
+}
+
+void operator delete[](void* block) noexcept {
+    std::free(block);
+}
+
+void operator delete(void* block, std::size_t /*size*/) noexcept {
+    std::free(block);
+}
+
+void operator delete[](void* block, std::size_t /*size*/) noexcept {
+    std::free(block);
+}
+
+namespace corebeacon::test {
+
+FailingHeap::FailingHeap(HeapUser user, Shortage shortage, long nth) {
+    gIsTestsThread = true;
+    gHasFailed = false;
+    gShortage = shortage;
+    gLeft = nth;
+    gWatched = user == HeapUser::THIS_THREAD ? Watched::TESTS_THREAD : Watched::OTHER_THREADS;
+}
+
+FailingHeap::~FailingHeap() {
+    gWatched = Watched::NOBODY;
+}
+
+bool FailingHeap::HasFailed() {
+    return gHasFailed;
+}
+
+HeapExemption::HeapExemption() {
+    ++gExemptions;
+}
+
+HeapExemption::~HeapExemption() {
+    --gExemptions;
+}
+
+}  // namespace corebeacon::test
