@@ -1,0 +1,98 @@
+#!/bin/bash
+# prove.sh [PROOF]...   goes through the proofs of docs/testing.md at their full size (through all of
+# them, unless some are named; a proof that failed does not end the run) and ends with a table of
+# promise, number reached and time taken, which is also left in docs/proofs.md. On two cores all of
+# them take a night.
+set -uo pipefail
+cd "$(dirname "$0")/.."
+logs=build/logs
+report=docs/proofs.md
+mkdir -p $logs
+
+# suite PRESET NAME FILTER   runs tests of a program that is built already
+suite() {
+    "build/$1/tests/$2/corebeacon_$2_tests" --gtest_filter="$3"
+}
+
+# suites N   all test programs of the release build, shuffled, N times each
+suites() {
+    local program
+    for program in build/release/tests/*/corebeacon_*_tests build/release/tests/*/*/corebeacon_*_tests; do
+        "$program" --gtest_shuffle --gtest_repeat="$1" --gtest_brief=1 || return
+    done
+}
+
+all_presets() {
+    local name
+    scripts/test.sh || return
+    for name in clang clang-asan-ubsan tsan; do
+        cmake --preset $name && cmake --build --preset $name && ctest --preset $name || return
+    done
+}
+
+inside() {
+    local programs
+    mapfile -t programs < <(find build/aarch64/tests -name 'corebeacon_*_tests' -executable)
+    tests/kernel/suites.sh build/aarch64/kernel-lab/newest "${programs[@]}"
+}
+
+# A row for each: name | promise | number, "last" being the last line that the command prints |
+# command. What needs a build finds that of `presets`.
+proofs=(
+    "presets | all tests, with both compilers and under every sanitizer | 8 presets | all_presets"
+    "repeats | no test depends on its order or on luck | 200 shuffled runs | suites 200"
+    "coverage | the tests go everywhere | last | scripts/coverage.sh"
+    "group-model | a group is what its model is | 10^7 steps | COREBEACON_MODEL_STEPS=10000000 suite release model 'GroupModel.Random*'"
+    "table-model | so are the handle table and the work modes | 10^7 steps | COREBEACON_MODEL_STEPS=10000000 suite release model 'HandleModel.R*:WorkMode*Ra*'"
+    "sequences | so is every short sequence | length 5 | COREBEACON_MODEL_LENGTH=5 suite release model '*Model.Every*'"
+    "engine-model | so are whole engines | 10^5 scripts | COREBEACON_MODEL_SEEDS=100000 suite release model 'EngineModel.Random*'"
+    "faults | every failure at every operation of every kind of node | all | suite release faults '*'"
+    "soak | a long life leaves nothing behind | 10^6 steps | COREBEACON_SOAK_REQUESTS=1000000 suite release soak 'Soak*'"
+    "storm | nor do 16 callers under clang's thread sanitizer | 60 s | COREBEACON_STORM_SECONDS=60 suite clang-tsan soak 'Storm*'"
+    "crowd-clang | nor do 64 callers | 10^6 calls | COREBEACON_STORM_CALLS=1000000 suite clang-tsan races '*Crowd*'"
+    "crowd-gcc | nor do they under g++'s | 10^6 calls | COREBEACON_STORM_CALLS=1000000 suite tsan races '*Crowd*'"
+    "start-stop | engines start and stop under load | 10^4 times | COREBEACON_START_STOPS=10000 suite release races '*Start*'"
+    "reload | the library is loaded and unloaded | 10^3 times | COREBEACON_RELOADS=1000 ctest --preset release -R reload"
+    "oom | every allocation fails, once and for ever | all | suite release oom '*'"
+    "fuzz-front | any bytes as operations | last | scripts/fuzz.sh front 10000000"
+    "fuzz-script | any bytes as a script | last | scripts/fuzz.sh script 10000000"
+    "fuzz-node-text | any bytes in a node | last | scripts/fuzz.sh node_text 10000000"
+    "fuzz-level-text | any bytes as a level's text | last | scripts/fuzz.sh level_text 10000000"
+    "mutants | a mistake in the engine is noticed | last | scripts/mutants.py --count 300"
+    "inside | all tests inside an emulated machine | all | inside"
+)
+
+# prove PROMISE NUMBER COMMAND   prints its row of the table
+prove() {
+    local promise=$1 number=$2 log=$logs/prove-$name.log begin=$SECONDS
+    # shellcheck disable=SC2294
+    if ! eval "$3" >"$log" 2>&1; then
+        number="FAILED, see $log"
+        failures=$((failures + 1))
+    elif [ "$number" = last ]; then
+        number=$(tail -n 1 "$log")
+    fi
+    echo "| $name | $promise | $number | $((SECONDS - begin)) s |"
+}
+
+failures=0
+{
+    echo "# The proofs at full size"
+    echo
+    echo "What \`scripts/prove.sh\` printed last, at $(git rev-parse --short HEAD), on $(nproc) cores."
+    echo
+    echo "| proof | promise | reached | time |"
+    echo "| --- | --- | --- | --- |"
+} >$report.new
+for row in "${proofs[@]}"; do
+    IFS='|' read -r name promise number command <<<"$row"
+    read -r name <<<"$name"
+    if [ $# -eq 0 ] || [[ " $* " == *" $name "* ]]; then
+        read -r promise <<<"$promise"
+        read -r number <<<"$number"
+        prove "$promise" "$number" "$command" >$logs/prove-row
+        tee -a $report.new <$logs/prove-row
+    fi
+done
+mv $report.new $report
+[ $failures -eq 0 ]
