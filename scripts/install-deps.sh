@@ -6,7 +6,7 @@ set -eu
 
 packages() {
     case $1 in
-    build) echo g++ cmake ninja-build libcli11-dev libpugixml-dev ;;
+    build) echo g++ cmake ninja-build libcli11-dev libpugixml-dev nlohmann-json3-dev ;;
     test)
         echo libgtest-dev pkg-config clang libclang-rt-dev llvm clang-format clang-tidy \
             g++-aarch64-linux-gnu qemu-user-static libpugixml-dev:arm64 libxml2-utils python3
