@@ -2,6 +2,7 @@
 #include <new>
 
 #include "engine/perf_resource.h"
+#include "platform/clock.h"
 #include "platform/logging.h"
 #include "platform/plain_format.h"
 
@@ -135,7 +136,7 @@ bool PerfResource::WaitLogFinish(bool isBaseInfo, std::ostringstream& out) {
             LOGE("[%s:%d] fail to get log for res %s", mName.c_str());
             return false;
         }
-        mLogCond.Wait(mLogMutex);
+        GetClock().Wait(mLogCond, mLogMutex);
     }
     return true;
 }

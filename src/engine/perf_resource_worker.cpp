@@ -82,7 +82,7 @@ std::optional<WorkStatus> PerfResource::WaitForWork(TimePoint next) {
     MutexLock lock(mFifoMutex);
     while (mFifo.Empty() && !mStop) {
         if (next == TimePoint{}) {
-            mFifoCond.Wait(mFifoMutex);
+            GetClock().Wait(mFifoCond, mFifoMutex);
         } else if (SteadyNow() >= next) {
             return WorkStatus::TIME_OUT;
         } else {

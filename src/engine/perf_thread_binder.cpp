@@ -171,7 +171,7 @@ void PerfThreadBinder::WorkThread() {
 void PerfThreadBinder::WaitForWork() {
     while (!mStop && mChanges.removed.empty()) {
         if (mEffectiveQue.empty() && mWaitingQue.empty()) {
-            mCond.Wait(mMutex);
+            GetClock().Wait(mCond, mMutex);
             continue;
         }
         const TimePoint next = FindMinTime();

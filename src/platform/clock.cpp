@@ -28,6 +28,10 @@ WallTimePoint Clock::WallNow() const {
     return std::chrono::system_clock::now();
 }
 
+void Clock::Wait(CondVar& cond, Mutex& mutex) {
+    cond.Wait(mutex);
+}
+
 void Clock::WaitUntil(CondVar& cond, Mutex& mutex, TimePoint deadline) {
     cond.WaitUntil(mutex, deadline);
 }

@@ -1,5 +1,6 @@
-/// The engine's clocks behind one interface, so that a test can say what time it is. Process-wide;
-/// whoever installs a clock owns it; every thread may call it.
+/// The engine's clocks behind one interface, so that a test can say what time it is. All waits of
+/// the engine's threads pass through it too, so that a clock may also say who moves when.
+/// Process-wide; whoever installs a clock owns it; every thread may call it.
 #pragma once
 
 #include <chrono>
@@ -16,6 +17,8 @@ public:
     virtual ~Clock();
     virtual TimePoint SteadyNow() const;
     virtual WallTimePoint WallNow() const;
+    /// Blocks until `cond` is notified; may end spuriously.
+    virtual void Wait(CondVar& cond, Mutex& mutex) REQUIRES(mutex);
     /// Blocks until `cond` is notified or SteadyNow() has reached `deadline`; may end spuriously.
     virtual void WaitUntil(CondVar& cond, Mutex& mutex, TimePoint deadline) REQUIRES(mutex);
 };
