@@ -4,33 +4,99 @@
 #include <chrono>
 #include <cstdio>
 #include <sstream>
-#include <vector>
+#include <utility>
 
 #include "text_table.h"
 
 namespace corebeacon::tool {
 
-EventPrinter::EventPrinter(std::ostream& out, const NodeNames& names, const NodeNameWidths& widths,
-                           TimePoint begin)
-    : mOut(out), mNames(names), mWidths(widths), mBegin(begin), mLast(begin) {}
+namespace {
 
-void EventPrinter::Note(const std::string& text) {
-    mOut << (mIsInParagraph ? "" : "\n") << "# " << text << "\n" << std::flush;
+/// The QoS that the statements may write, as far as they tell.
+std::set<PerfQosId> QosOf(const EngineSession& session, const std::vector<Statement>& statements) {
+    std::set<PerfQosId> ids;
+    const auto addAll = [&ids](const auto& elements) {
+        for (const auto& element : elements) {
+            ids.insert(element.qosId == PERF_QOS_EAS_BASE ? PERF_QOS_EAS : element.qosId);
+        }
+    };
+    for (const Statement& statement : statements) {
+        addAll(statement.request);
+        if (statement.verb == Verb::SCENARIO) {
+            const ConfigurableScenario* scenario = session.FindScenario(statement.number);
+            addAll(scenario != nullptr ? scenario->requests : std::vector<PerfRequestInfo>());
+        } else if (statement.verb == Verb::EVENT) {
+            const ConfigurableEvent* event = session.FindEvent(statement.number);
+            addAll(event != nullptr ? event->qosCommands : std::vector<QosCommand>());
+        } else if (statement.verb == Verb::MODE) {
+            for (const auto& [qosId, row] : session.Table()) {
+                ids.insert(qosId);
+            }
+        } else if (statement.verb == Verb::PROBE) {
+            ids.insert({PERF_QOS_CPU_M, PERF_QOS_CPU_B, PERF_QOS_GPU});
+        }
+    }
+    return ids;
+}
+
+}  // namespace
+
+EventPrinter::EventPrinter(std::ostream& out, std::vector<Statement> expected)
+    : mOut(out), mExpected(std::move(expected)) {}
+
+void EventPrinter::SetColumns(const NodeNames& names, const NodeNameWidths& widths,
+                              TimePoint begin) {
+    mNames = &names;
+    mWidths = widths;
+    mBegin = begin;
+    mLast = begin;
+}
+
+void EventPrinter::Begin(EngineSession& session, TimePoint begin) {
+    SetColumns(session.Names(), session.Names().Widths(QosOf(session, mExpected)), begin);
+    Device(session);
+}
+
+void EventPrinter::Device(EngineSession& session) {
+    const std::vector<UnsupportedQos> unsupported = session.Unsupported();
+    const std::size_t served = session.Table().size() - unsupported.size();
+    const bool isKernel = session.Device() == DeviceKind::KERNEL;
+    mOut << (isKernel ? "The kernel's own nodes" : "Simulated device") << ", chip "
+         << session.Chip() << ": " << served << " of " << session.Table().size()
+         << " QoS in service\n";
+    if ((isKernel || session.HasBoard()) && !unsupported.empty()) {
+        TextTable table;
+        for (const UnsupportedQos& qos : unsupported) {
+            table.AddRow({std::to_string(qos.id), qos.name, qos.reason});
+        }
+        mOut << "\nUnsupported here\n" << table.Text("  ");
+    }
+    mOut << "\n" << std::flush;
+}
+
+void EventPrinter::Note(const Statement& note) {
+    mOut << (mIsInParagraph ? "" : "\n") << "# " << note.text << "\n" << std::flush;
     mIsInParagraph = true;
 }
 
-void EventPrinter::Statement(TimePoint time, const std::string& text) {
+void EventPrinter::Asked(TimePoint time, const Statement& statement) {
     Time(time);
-    mOut << text << "\n" << std::flush;
+    mOut << statement.text << "\n" << std::flush;
 }
 
-void EventPrinter::Happening(TimePoint time, const std::string& text) {
-    Time(time);
-    mOut << "(" << text << ")\n" << std::flush;
+void EventPrinter::Ended(TimePoint time, const HeldRequest& held, HowEnded how) {
+    if (how == HowEnded::TIME_OVER) {
+        Time(time);
+        mOut << "(" << held.label << " ends)\n" << std::flush;
+    }
 }
 
-void EventPrinter::Write(const NodeWrite& write) {
-    const NodeName name = mNames.Of(write.path);
+void EventPrinter::Written(const NodeWrite& write, bool isRepetition) {
+    if (isRepetition) {
+        ++mRepetitions;
+        return;
+    }
+    const NodeName name = mNames->Of(write.path);
     Time(write.time);
     mOut << "    " << Padded(name.qos, mWidths.qos) << "  " << Padded(name.brief, mWidths.brief)
          << "  " << write.value;
@@ -40,7 +106,7 @@ void EventPrinter::Write(const NodeWrite& write) {
     mOut << "\n" << std::flush;
 }
 
-void EventPrinter::Answer(const std::string& text) {
+void EventPrinter::Answered(const std::string& text) {
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
         line.erase(line.find_last_not_of(" \t\r") + 1);
@@ -50,7 +116,14 @@ void EventPrinter::Answer(const std::string& text) {
     mIsInParagraph = false;
 }
 
-void EventPrinter::FinalValues(const std::map<std::string, std::string>& values) {
+void EventPrinter::Done(const Statement& /*statement*/) {
+    if (const std::size_t count = std::exchange(mRepetitions, 0); count > 0) {
+        Answered("(and " + std::to_string(count) + " writes of what the nodes held already)");
+    }
+}
+
+void EventPrinter::End(const std::map<std::string, std::string>& values,
+                       const std::vector<HeldRequest>& /*standing*/) {
     mOut << (mIsInParagraph ? "" : "\n");
     if (values.empty()) {
         mOut << "No node was written.\n" << std::flush;
@@ -58,7 +131,7 @@ void EventPrinter::FinalValues(const std::map<std::string, std::string>& values)
     }
     TextTable table;
     for (const auto& [path, value] : values) {
-        table.AddRow({mNames.Of(path).qos, path, value});
+        table.AddRow({mNames->Of(path).qos, path, value});
     }
     mOut << "Final values\n" << table.Text("  ") << std::flush;
 }

@@ -17,16 +17,21 @@ inline constexpr int kExitDone = 0;
 inline constexpr int kExitFailed = 1;    ///< the engine refused something
 inline constexpr int kExitBadInput = 2;  ///< nothing was applied
 
+/// How to play, and what is to be made of the run.
+struct RunOptions {
+    SessionOptions session;
+};
+
 /// `path` is the script's file; "-" stands for `in`.
-int RunScript(const std::string& path, const SessionOptions& options, std::istream& in,
+int RunScript(const std::string& path, const RunOptions& options, std::istream& in,
               std::ostream& out, std::ostream& diagnostics);
 
 /// The statements of a command line, one by one as the lines of a script.
-int RunStatements(const std::vector<std::string>& statements, const SessionOptions& options,
+int RunStatements(const std::vector<std::string>& statements, const RunOptions& options,
                   std::ostream& out, std::ostream& diagnostics);
 
 /// `name` is what diagnostics call the script.
-int PlayScript(std::string_view script, const std::string& name, const SessionOptions& options,
+int PlayScript(std::string_view script, const std::string& name, const RunOptions& options,
                std::ostream& out, std::ostream& diagnostics);
 
 int PlayDemo(std::ostream& out, std::ostream& diagnostics);

@@ -24,34 +24,48 @@ constexpr milliseconds kReadBackDelay{100};
 
 }  // namespace
 
-ScriptPlayer::ScriptPlayer(EngineSession& session, EventPrinter& printer, std::ostream& diagnostics,
-                           std::string scriptName)
+ScriptPlayer::ScriptPlayer(EngineSession& session, RunObservers& observers,
+                           std::ostream& diagnostics, std::string scriptName)
     : mSession(session),
-      mPrinter(printer),
+      mObservers(observers),
       mDiagnostics(diagnostics),
       mScriptName(std::move(scriptName)) {}
 
 bool ScriptPlayer::Play(const std::vector<Statement>& statements) {
+    Begin();
     for (const Statement& statement : statements) {
-        const TimePoint now = SteadyNow();
-        PrintSoFar();
-        if (statement.verb == Verb::NOTE) {
-            mPrinter.Note(statement.text);
-            continue;
-        }
-        mPrinter.Statement(now, statement.text);
-        Carry(statement, now);
-        mSession.Settle();
-        PrintSoFar();
-        EndFolding();
+        Carry(statement);
     }
+    return Finish();
+}
+
+void ScriptPlayer::Begin() {
+    mObservers.Begin(mSession, SteadyNow());
+}
+
+void ScriptPlayer::Carry(const Statement& statement) {
+    const TimePoint now = SteadyNow();
+    TellSoFar();
+    if (statement.verb == Verb::NOTE) {
+        mObservers.Tell(&RunObserver::Note, statement);
+        return;
+    }
+    mObservers.Tell(&RunObserver::Asked, now, statement);
+    CarryOut(statement, now);
+    mSession.Settle();
+    TellSoFar();
+    mHeldByNodes.reset();
+    mObservers.Tell(&RunObserver::Done, statement);
+}
+
+bool ScriptPlayer::Finish() {
     AwaitEnds();
-    PrintFinalValues();
+    mObservers.Tell(&RunObserver::End, FinalValues(), mInForce);
     TellWhatStands();
     return mIsAllAccepted;
 }
 
-void ScriptPlayer::Carry(const Statement& statement, TimePoint now) {
+void ScriptPlayer::CarryOut(const Statement& statement, TimePoint now) {
     switch (statement.verb) {
         case Verb::NOTE:
             break;
@@ -100,7 +114,7 @@ void ScriptPlayer::Carry(const Statement& statement, TimePoint now) {
 }
 
 void ScriptPlayer::PassTime(TimePoint until) {
-    for (PrintSoFar(); SteadyNow() < until; PrintSoFar()) {
+    for (TellSoFar(); SteadyNow() < until; TellSoFar()) {
         TimePoint next = until;
         for (const Held& held : mInForce) {
             next = held.IsTimed() ? std::min(next, held.endsUntil) : next;
@@ -117,58 +131,43 @@ void ScriptPlayer::AwaitEnds() {
     PassTime(last);
 }
 
-void ScriptPlayer::PrintSoFar() {
-    PrintWrites();
-    PrintEnds(&Held::endsUntil, SteadyNow());
+void ScriptPlayer::TellSoFar() {
+    TellWrites();
+    TellEnds(&Held::endsUntil, SteadyNow());
     if (!mEnded.empty()) {
         AwaitEffects();
-        PrintWrites();
+        TellWrites();
     }
 }
 
-void ScriptPlayer::PrintWrites() {
+void ScriptPlayer::TellWrites() {
     for (const NodeWrite& write : mSession.Record().Take()) {
-        PrintEnds(&Held::endsFrom, write.time);
-        if (IsFolded(write)) {
-            continue;
-        }
-        mPrinter.Write(write);
-        if (write.failure.empty()) {
+        TellEnds(&Held::endsFrom, write.time);
+        const bool isRepetition = IsRepetition(write);
+        mObservers.Tell(&RunObserver::Written, write, isRepetition);
+        if (write.failure.empty() && !isRepetition) {
             mWritten[write.path] = write.value;
         }
     }
 }
 
-/// A new work mode has every group of the device write its values again. Among so many the few that
-/// it changes would be lost, so the others are only counted.
-void ScriptPlayer::BeginFolding() {
+/// A new work mode has every group of the device write its values again.
+void ScriptPlayer::ExpectRepetitions() {
     mHeldByNodes = mWritten;  // of binary nodes and the like, which answer in another form
     for (const std::string& path : mSession.Names().Paths()) {
         mHeldByNodes->emplace(path, mSession.ReadValue(path).value_or(""));
     }
 }
 
-bool ScriptPlayer::IsFolded(const NodeWrite& write) {
+bool ScriptPlayer::IsRepetition(const NodeWrite& write) {
     if (!mHeldByNodes || !write.failure.empty()) {
         return false;
     }
-    std::string& held = (*mHeldByNodes)[write.path];
-    const bool isFolded = held == write.value;
-    held = write.value;
-    mFolded += isFolded ? 1 : 0;
-    return isFolded;
+    return std::exchange((*mHeldByNodes)[write.path], write.value) == write.value;
 }
 
-void ScriptPlayer::EndFolding() {
-    mHeldByNodes.reset();
-    if (const std::size_t folded = std::exchange(mFolded, 0); folded > 0) {
-        mPrinter.Answer("(and " + std::to_string(folded) +
-                        " writes of what the nodes held already)");
-    }
-}
-
-/// Prints the requests that end no later than `until`, in order of time.
-void ScriptPlayer::PrintEnds(TimePoint Held::*bound, TimePoint until) {
+/// Tells of the requests that end no later than `until`, in order of time.
+void ScriptPlayer::TellEnds(TimePoint Held::*bound, TimePoint until) {
     for (;;) {
         auto first = mInForce.end();
         for (auto held = mInForce.begin(); held != mInForce.end(); ++held) {
@@ -180,7 +179,7 @@ void ScriptPlayer::PrintEnds(TimePoint Held::*bound, TimePoint until) {
         if (first == mInForce.end()) {
             return;
         }
-        mPrinter.Happening(first->endsFrom, first->label + " ends");
+        mObservers.Tell(&RunObserver::Ended, first->endsFrom, *first, HowEnded::TIME_OVER);
         mEnded.push_back(first->handle);
         mProbeWrites += first->probedTid != 0 ? 1 : 0;
         mInForce.erase(first);
@@ -207,7 +206,7 @@ void ScriptPlayer::AwaitProbeWrites() {
     }
 }
 
-void ScriptPlayer::PrintFinalValues() {
+std::map<std::string, std::string> ScriptPlayer::FinalValues() {
     if (mSession.Device() == DeviceKind::KERNEL && !mWritten.empty()) {
         PassTime(SteadyNow() + kReadBackDelay);
     }
@@ -215,7 +214,7 @@ void ScriptPlayer::PrintFinalValues() {
     for (const auto& [path, written] : mWritten) {
         values[path] = mSession.ReadValue(path).value_or(written + "  (as written)");
     }
-    mPrinter.FinalValues(values);
+    return values;
 }
 
 void ScriptPlayer::TellWhatStands() {
@@ -227,12 +226,17 @@ void ScriptPlayer::TellWhatStands() {
 
 void ScriptPlayer::Refuse(const Statement& statement, const std::string& text) {
     mIsAllAccepted = false;
-    Complain(statement, text);
+    Tell(statement, text, true);
 }
 
 void ScriptPlayer::Complain(const Statement& statement, const std::string& text) {
+    Tell(statement, text, false);
+}
+
+void ScriptPlayer::Tell(const Statement& statement, const std::string& text, bool isFailure) {
     mDiagnostics << mScriptName << ":" << statement.position.line << ":"
                  << statement.position.column << ": " << text << std::endl;
+    mObservers.Tell(&RunObserver::Complained, statement, text, isFailure);
 }
 
 }  // namespace corebeacon::tool

@@ -1,9 +1,9 @@
-/// Carries out a parsed script on an engine and prints what comes of it. Owned by a command of the
-/// program, used on one thread.
+/// Carries out a parsed script on an engine and tells observers what comes of it. Owned by a
+/// command of the program, used on one thread.
 ///
 /// Workers write on their own time. After each statement the player waits until all workers have
-/// carried it out, so that a write is printed below the statement that caused it; while time passes
-/// it prints what happens by itself.
+/// carried it out, so that a write is told below the statement that caused it; while time passes
+/// it tells what happens by itself.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "engine_session.h"
-#include "event_printer.h"
+#include "run_observer.h"
 #include "statement.h"
 
 namespace corebeacon::tool {
@@ -22,30 +22,26 @@ namespace corebeacon::tool {
 class ScriptPlayer {
 public:
     /// `scriptName` is what diagnostics call the script. The others must outlive the player.
-    ScriptPlayer(EngineSession& session, EventPrinter& printer, std::ostream& diagnostics,
+    ScriptPlayer(EngineSession& session, RunObservers& observers, std::ostream& diagnostics,
                  std::string scriptName);
 
     /// Plays all statements and ends when the last timed request has. Whether the engine accepted
     /// them all; a refusal is told on `diagnostics` and does not end the play.
     bool Play(const std::vector<Statement>& statements);
 
+    // The same in pieces, for a script that is still being written: Begin, any number of Carry and
+    // Pass, Finish.
+    void Begin();
+    void Carry(const Statement& statement);
+    /// Tells what happens by itself until then.
+    void PassTime(TimePoint until);
+    /// Awaits the end of the last timed request. As Play.
+    bool Finish();
+
 private:
-    /// A request that the engine accepted, or a scenario, a work mode, an event or a probe.
-    struct Held {
-        std::string label;  ///< its name, or where it stands
-        int pid = 0;
-        unsigned long handle = 0;
-        std::optional<PerfEventId> event;
-        int probedTid = 0;  ///< 0: no probe
-        bool isMode = false;
-        // When a timed request ends, between these two; the epoch for one without end.
-        TimePoint endsFrom;
-        TimePoint endsUntil;
+    using Held = HeldRequest;
 
-        bool IsTimed() const { return endsFrom != TimePoint(); }
-    };
-
-    void Carry(const Statement& statement, TimePoint now);
+    void CarryOut(const Statement& statement, TimePoint now);
     void Request(const Statement& statement);
     void Scenario(const Statement& statement);
     void Mode(const Statement& statement);
@@ -65,23 +61,22 @@ private:
     template <typename IsOver>
     void Drop(IsOver isOver);
     void AwaitProbeWrites();
-    void PassTime(TimePoint until);
     void AwaitEnds();
-    void PrintSoFar();
-    void PrintWrites();
-    void BeginFolding();
-    bool IsFolded(const NodeWrite& write);
-    void EndFolding();
-    void PrintEnds(TimePoint Held::*bound, TimePoint until);
+    void TellSoFar();
+    void TellWrites();
+    void ExpectRepetitions();
+    bool IsRepetition(const NodeWrite& write);
+    void TellEnds(TimePoint Held::*bound, TimePoint until);
     void AwaitEffects();
-    void PrintFinalValues();
+    std::map<std::string, std::string> FinalValues();
     void TellWhatStands();
     /// Tells of a failure, which also shows in what Play returns.
     void Refuse(const Statement& statement, const std::string& text);
     void Complain(const Statement& statement, const std::string& text);
+    void Tell(const Statement& statement, const std::string& text, bool isFailure);
 
     EngineSession& mSession;
-    EventPrinter& mPrinter;
+    RunObservers& mObservers;
     std::ostream& mDiagnostics;
     const std::string mScriptName;
     std::map<std::string, Held> mNamed;           // accepted requests, also those that are over
@@ -94,7 +89,6 @@ private:
 
     /// During a statement that has every group write again: what each node holds, by path.
     std::optional<std::map<std::string, std::string>> mHeldByNodes;
-    std::size_t mFolded = 0;  // writes left out since the statement
 };
 
 }  // namespace corebeacon::tool

@@ -36,6 +36,16 @@ milliseconds LengthOf(const ConfigurableEvent& event) {
     return longest;
 }
 
+std::vector<PerfRequestInfo> FirstSteps(const ConfigurableEvent& event) {
+    std::vector<PerfRequestInfo> request;
+    for (const QosCommand& command : event.qosCommands) {
+        if (!command.sequence.empty()) {
+            request.push_back({command.qosId, command.sequence.front().groups});
+        }
+    }
+    return request;
+}
+
 unsigned Millis(milliseconds time) {
     return static_cast<unsigned>(time.count());
 }
@@ -48,7 +58,9 @@ ScriptPlayer::Held ScriptPlayer::LabelOf(const Statement& statement) const {
     const auto* const noun =
         std::ranges::find(kNouns, statement.verb, &std::pair<Verb, const char*>::first);
     Held held;
+    held.verb = statement.verb;
     held.pid = statement.pid;
+    held.number = statement.number;
     if (!statement.name.empty()) {
         held.label = statement.name;
     } else if (statement.verb == Verb::PROBE) {
@@ -66,6 +78,8 @@ void ScriptPlayer::Hold(Held held, const std::string& name) {
         mNamed[name] = held;
     }
     if (held.handle != kNoHandle) {
+        held.begin = SteadyNow();
+        mObservers.Tell(&RunObserver::Accepted, held);
         mLastHandle = std::max(mLastHandle, held.handle);
         mInForce.push_back(std::move(held));
     }
@@ -73,8 +87,12 @@ void ScriptPlayer::Hold(Held held, const std::string& name) {
 
 template <typename IsOver>
 void ScriptPlayer::Drop(IsOver isOver) {
+    const TimePoint now = SteadyNow();
     for (const Held& held : mInForce) {
-        mProbeWrites += held.probedTid != 0 && isOver(held) ? 1 : 0;
+        if (isOver(held)) {
+            mProbeWrites += held.probedTid != 0 ? 1 : 0;
+            mObservers.Tell(&RunObserver::Ended, now, held, HowEnded::RELEASED);
+        }
     }
     std::erase_if(mInForce, isOver);
     AwaitProbeWrites();
@@ -85,6 +103,7 @@ void ScriptPlayer::Request(const Statement& statement) {
         Complain(statement, "left out: " + clause);
     }
     Held held = LabelOf(statement);
+    held.request = statement.request;
     const TimePoint before = SteadyNow();
     const int result = mSession.Engine().PerfRequest(statement.pid, Millis(statement.time),
                                                      statement.request, held.handle);
@@ -101,19 +120,22 @@ void ScriptPlayer::Request(const Statement& statement) {
 
 void ScriptPlayer::Scenario(const Statement& statement) {
     Held held = LabelOf(statement);
+    const ConfigurableScenario* const scenario = mSession.FindScenario(statement.number);
     if (mSession.Engine().PerfSetScenario(statement.pid, statement.number, held.handle) != 0) {
-        const bool isKnown = mSession.FindScenario(statement.number) != nullptr;
-        Refuse(statement, std::string("scenario refused: ") +
-                              (isKnown ? kSeeLog : "this chip has none of that number"));
+        Refuse(statement,
+               std::string("scenario refused: ") +
+                   (scenario != nullptr ? kSeeLog : "this chip has none of that number"));
         return;
+    }
+    if (scenario != nullptr) {
+        held.request = scenario->requests;
     }
     Hold(std::move(held), statement.name);
 }
 
 void ScriptPlayer::Mode(const Statement& statement) {
-    BeginFolding();
+    ExpectRepetitions();
     Held held = LabelOf(statement);
-    held.isMode = true;
     if (mSession.Engine().PerfSetMode(statement.pid, statement.number, held.handle) != 0) {
         Refuse(statement, std::string("mode refused: ") + kSeeLog);
         return;
@@ -158,6 +180,7 @@ void ScriptPlayer::StartEvent(const Statement& statement) {
         isTimed ? std::vector<unsigned int>{kStart, Millis(length)} : std::vector{kStart};
     Held held = LabelOf(statement);
     held.event = statement.number;
+    held.request = FirstSteps(*event);
     held.endsFrom = SteadyNow() + length;
     if (mSession.Engine().PerfEvent(statement.number, params, statement.text) != 0) {
         Refuse(statement, std::string("event refused: ") + kSeeLog);
@@ -208,7 +231,7 @@ void ScriptPlayer::Dump(const Statement& statement) {
     if (mSession.Engine().Dump(answer, {"--" + statement.word}) != 0) {
         Refuse(statement, std::string("dump failed; ") + kSeeLog);
     }
-    mPrinter.Answer(answer.str());
+    mObservers.Tell(&RunObserver::Answered, answer.str());
 }
 
 void ScriptPlayer::Debug(const Statement& statement) {
@@ -228,7 +251,7 @@ void ScriptPlayer::Debug(const Statement& statement) {
 void ScriptPlayer::Version() {
     std::ostringstream answer;
     mSession.Engine().DumpCoreVersion(answer);
-    mPrinter.Answer(answer.str());
+    mObservers.Tell(&RunObserver::Answered, answer.str());
 }
 
 void ScriptPlayer::Release(const Statement& statement) {
@@ -238,8 +261,8 @@ void ScriptPlayer::Release(const Statement& statement) {
         return;
     }
     const Held& held = named->second;
-    if (held.isMode) {
-        BeginFolding();
+    if (held.IsMode()) {
+        ExpectRepetitions();
     }
     if (mSession.Engine().PerfRelease(held.pid, held.handle) != 0) {
         Refuse(statement, std::string("release failed; ") + kSeeLog);
@@ -250,9 +273,9 @@ void ScriptPlayer::Release(const Statement& statement) {
 
 void ScriptPlayer::ReleaseAll(const Statement& statement) {
     if (std::ranges::any_of(mInForce, [&statement](const Held& held) {
-            return held.isMode && held.pid == statement.pid;
+            return held.IsMode() && held.pid == statement.pid;
         })) {
-        BeginFolding();
+        ExpectRepetitions();
     }
     if (mSession.Engine().PerfReleaseAll(statement.pid) != 0) {
         Refuse(statement, std::string("release-all failed; ") + kSeeLog);

@@ -50,20 +50,30 @@ TEST_F(NodeNamesTest, WidthsAreThoseOfTheQosAsked) {
     EXPECT_EQ(mNames.Widths({}).brief, 0U);
 }
 
+Statement Said(const std::string& text) {
+    Statement statement;
+    statement.text = text;
+    return statement;
+}
+
 TEST_F(NodeNamesTest, EventsAreStampedAndAligned) {
     std::ostringstream out;
     const TimePoint begin{std::chrono::seconds(100)};
-    EventPrinter printer(out, mNames, mNames.Widths({PERF_QOS_CPU_L, PERF_QOS_CPU_B}), begin);
-    printer.Note("It begins.");
-    printer.Note("At once.");
-    printer.Statement(begin, "wait 1s");
-    printer.Write({begin + milliseconds(1), "/dev/x", "7", ""});
-    printer.Write({begin + milliseconds(1), "/sys/policy0/min", "8", "Invalid argument"});
-    printer.Write({begin + milliseconds(2), "/sys/policy2/tune/delay", "", "cannot be opened"});
-    printer.Note("It goes on.");
-    printer.Happening(begin + std::chrono::seconds(12345), "a ends");
-    printer.Statement(begin, "release a");
-    printer.FinalValues({{"/dev/x", "7"}, {"/sys/policy0/min", "10"}});
+    EventPrinter printer(out, {});
+    HeldRequest request;
+    request.label = "a";
+    printer.SetColumns(mNames, mNames.Widths({PERF_QOS_CPU_L, PERF_QOS_CPU_B}), begin);
+    printer.Note(Said("It begins."));
+    printer.Note(Said("At once."));
+    printer.Asked(begin, Said("wait 1s"));
+    printer.Written({begin + milliseconds(1), "/dev/x", "7", ""}, false);
+    printer.Written({begin + milliseconds(1), "/sys/policy0/min", "8", "Invalid argument"}, false);
+    printer.Written({begin + milliseconds(2), "/sys/policy2/tune/delay", "", "cannot be opened"},
+                    false);
+    printer.Note(Said("It goes on."));
+    printer.Ended(begin + std::chrono::seconds(12345), request, HowEnded::TIME_OVER);
+    printer.Asked(begin, Said("release a"));
+    printer.End({{"/dev/x", "7"}, {"/sys/policy0/min", "10"}}, {});
     EXPECT_EQ(out.str(),
               "# It begins.\n"
               "# At once.\n"
@@ -83,7 +93,7 @@ TEST_F(NodeNamesTest, EventsAreStampedAndAligned) {
 
 TEST_F(NodeNamesTest, ARunWithoutWritesSaysSo) {
     std::ostringstream out;
-    EventPrinter(out, mNames, {}, TimePoint()).FinalValues({});
+    EventPrinter(out, {}).End({}, {});
     EXPECT_EQ(out.str(), "No node was written.\n");
 }
 

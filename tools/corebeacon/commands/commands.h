@@ -1,0 +1,13 @@
+/// One function a subcommand, or a family of them: it adds itself to the set. Called once by main.
+#pragma once
+
+#include "commands/command_set.h"
+
+namespace corebeacon::tool {
+
+void AddPlayCommands(CommandSet& commands);  ///< demo, run, do
+void AddTableCommand(CommandSet& commands);
+void AddCheckCommand(CommandSet& commands);
+void AddBoardCommand(CommandSet& commands);
+
+}  // namespace corebeacon::tool

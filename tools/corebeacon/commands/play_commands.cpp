@@ -1,0 +1,81 @@
+// The commands that play a script: `run`, `do` with its own command line, `demo` with its own
+// story.
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "commands/commands.h"
+#include "commands/session_arguments.h"
+#include "run_command.h"
+#include "text_table.h"
+#include "verb_table.h"
+
+namespace corebeacon::tool {
+
+namespace {
+
+struct PlayArguments {
+    SessionArguments session;
+    std::string script;
+    std::vector<std::string> statements;
+};
+
+std::string ScriptHelp() {
+    TextTable verbs;
+    for (const VerbRow& row : VerbTable()) {
+        verbs.AddRow({std::string(row.name) + " " + std::string(row.usage)});
+        verbs.AddRow({"    " + std::string(row.summary)});
+    }
+    return "A script holds one statement a line; '#' begins a comment.\n" + verbs.Text("  ") +
+           "QOS is a name or an id, CPU_B or 2; QOS.GROUP names a group other than 0, EAS.7.\n"
+           "TIME is a number with its unit, 500ms or 2s.\n"
+           "For example:\n"
+           "  request pid=1001 for=500ms CPU_B.boost=2000000 GPU.limit=500000000 as h1\n";
+}
+
+/// `play` gets the options as far as they are good.
+template <typename Play>
+int Played(const PlayArguments& arguments, Play play) {
+    const std::optional<SessionOptions> session = arguments.session.Options(std::cerr);
+    return session ? play(RunOptions{.session = *session}) : kExitBadInput;
+}
+
+void AddRun(CommandSet& commands) {
+    CLI::App* const run = commands.App().add_subcommand("run", "play a script");
+    auto& arguments = commands.Keep<PlayArguments>();
+    run->add_option("SCRIPT", arguments.script, "file, or - for standard input")->required();
+    arguments.session.AddTo(*run);
+    run->footer(ScriptHelp());
+    commands.Add(*run, [&arguments] {
+        return Played(arguments, [&arguments](const RunOptions& options) {
+            return RunScript(arguments.script, options, std::cin, std::cout, std::cerr);
+        });
+    });
+}
+
+void AddDo(CommandSet& commands) {
+    CLI::App* const act =
+        commands.App().add_subcommand("do", "play the statements of the command line");
+    auto& arguments = commands.Keep<PlayArguments>();
+    act->add_option("STATEMENT", arguments.statements, "each in quotes, as a line of a script")
+        ->required();
+    arguments.session.AddTo(*act);
+    act->footer(ScriptHelp());
+    commands.Add(*act, [&arguments] {
+        return Played(arguments, [&arguments](const RunOptions& options) {
+            return RunStatements(arguments.statements, options, std::cout, std::cerr);
+        });
+    });
+}
+
+}  // namespace
+
+void AddPlayCommands(CommandSet& commands) {
+    const CLI::App* const demo =
+        commands.App().add_subcommand("demo", "play a short story on the simulated device");
+    commands.Add(*demo, [] { return PlayDemo(std::cout, std::cerr); });
+    AddRun(commands);
+    AddDo(commands);
+}
+
+}  // namespace corebeacon::tool

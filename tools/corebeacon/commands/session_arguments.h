@@ -1,0 +1,37 @@
+/// The options that all commands have which start an engine: on which device, with which tables.
+/// Kept by the command set; used on main's thread.
+#pragma once
+
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "engine_session.h"
+
+namespace corebeacon::tool {
+
+struct SessionArguments {
+    std::string device = "sim";
+    std::string boardFile;
+    std::optional<unsigned> chip;
+    unsigned logSwitch = 0;
+
+    void AddTo(CLI::App& command);
+    /// Nothing when the board cannot be read, which `diagnostics` are told.
+    std::optional<SessionOptions> Options(std::ostream& diagnostics) const;
+};
+
+/// `chip` is a number, or an optional one.
+template <typename Number>
+void AddChip(CLI::App& command, Number& chip, const std::string& unlessGiven) {
+    command.add_option("--chip", chip, "chip variant, 0 to 2; " + unlessGiven)
+        ->check(CLI::Range(0U, kChipCount - 1).description(""))
+        ->type_name("N");
+}
+
+/// Of "sim" and "kernel".
+DeviceKind DeviceOf(const std::string& word);
+
+}  // namespace corebeacon::tool
