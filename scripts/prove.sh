@@ -1,17 +1,24 @@
 #!/bin/bash
 # prove.sh [PROOF]...   goes through the proofs of docs/testing.md at their full size (through all of
 # them, unless some are named; a proof that failed does not end the run) and ends with a table of
-# promise, number reached and time taken, which is also left in docs/proofs.md. On two cores all of
-# them take a night.
+# promise, number reached and time taken. The table is kept in docs/proofs.md, where the rows of
+# proofs that are not run now stay as they are: on two cores all of them take a night, or several
+# sittings. "+" behind a commit: with changes that were not committed.
 set -uo pipefail
-cd "$(dirname "$0")/.."
+cd "$(dirname "$0")/.." || exit
 logs=build/logs
 report=docs/proofs.md
 mkdir -p $logs
 
 # suite PRESET NAME FILTER   runs tests of a program that is built already
 suite() {
-    "build/$1/tests/$2/corebeacon_$2_tests" --gtest_filter="$3"
+    local program=build/$1/tests/$2/corebeacon_$2_tests
+    # A filter that matches nothing would pass.
+    if [ -z "$("$program" --gtest_list_tests --gtest_filter="$3" | grep '^  ')" ]; then
+        echo "no test of $program is called $3"
+        return 1
+    fi
+    "$program" --gtest_filter="$3"
 }
 
 # suites N   all test programs of the release build, shuffled, N times each
@@ -62,37 +69,76 @@ proofs=(
     "inside | all tests inside an emulated machine | all | inside"
 )
 
-# prove PROMISE NUMBER COMMAND   prints its row of the table
+# names_known COMMAND   whether the tests ask for every size that the command sets
+names_known() {
+    local name
+    for name in $(grep -o 'COREBEACON_[A-Z_]*' <<<"$1"); do
+        grep -rq "\"$name\"" tests || {
+            echo "no test reads $name"
+            return 1
+        }
+    done
+}
+
+# prove NAME PROMISE NUMBER COMMAND   prints its row of the table
 prove() {
-    local promise=$1 number=$2 log=$logs/prove-$name.log begin=$SECONDS
-    # shellcheck disable=SC2294
-    if ! eval "$3" >"$log" 2>&1; then
+    local name=$1 promise=$2 number=$3 command=$4 log=$logs/prove-$1.log begin=$SECONDS
+    if ! { names_known "$command" && eval "$command"; } >"$log" 2>&1; then
         number="FAILED, see $log"
-        failures=$((failures + 1))
     elif [ "$number" = last ]; then
         number=$(tail -n 1 "$log")
     fi
-    echo "| $name | $promise | $number | $((SECONDS - begin)) s |"
+    echo "| $name | $promise | $number | $((SECONDS - begin)) s | $commit |"
 }
 
+# row_of NAME   prints the row that the report has
+row_of() {
+    [ -f $report ] && grep "^| $1 |" $report
+}
+
+# enter NAME ROW   puts a row into the report, which keeps the order of the proofs
+enter() {
+    local row name
+    {
+        echo "# The proofs at full size"
+        echo
+        echo "What \`scripts/prove.sh\` reached, and at which commit; on $(nproc) cores."
+        echo
+        echo "| proof | promise | reached | time | commit |"
+        echo "| --- | --- | --- | --- | --- |"
+        for row in "${proofs[@]}"; do
+            name=${row%% *}
+            if [ "$name" = "$1" ]; then
+                echo "$2"
+            else
+                row_of "$name"
+            fi
+        done
+    } >$report.new
+    mv $report.new $report
+}
+
+names=("${proofs[@]%% *}")
+[ $# -eq 0 ] || names=("$@")
+for name in "${names[@]}"; do
+    if ! printf '%s\n' "${proofs[@]%% *}" | grep -Fxq -- "$name"; then
+        echo "no proof is called $name; there are: ${proofs[*]%% *}"
+        exit 2
+    fi
+done
+commit=$(git rev-parse --short HEAD)
+git diff --quiet HEAD -- . ":!$report" || commit+=+
+
 failures=0
-{
-    echo "# The proofs at full size"
-    echo
-    echo "What \`scripts/prove.sh\` printed last, at $(git rev-parse --short HEAD), on $(nproc) cores."
-    echo
-    echo "| proof | promise | reached | time |"
-    echo "| --- | --- | --- | --- |"
-} >$report.new
 for row in "${proofs[@]}"; do
     IFS='|' read -r name promise number command <<<"$row"
     read -r name <<<"$name"
-    if [ $# -eq 0 ] || [[ " $* " == *" $name "* ]]; then
-        read -r promise <<<"$promise"
-        read -r number <<<"$number"
-        prove "$promise" "$number" "$command" >$logs/prove-row
-        tee -a $report.new <$logs/prove-row
-    fi
+    [[ " ${names[*]} " == *" $name "* ]] || continue
+    read -r promise <<<"$promise"
+    read -r number <<<"$number"
+    line=$(prove "$name" "$promise" "$number" "$command")
+    echo "$line"
+    enter "$name" "$line"
+    [[ "$line" != *"| FAILED, see "* ]] || failures=$((failures + 1))
 done
-mv $report.new $report
 [ $failures -eq 0 ]
