@@ -1,5 +1,6 @@
 /// The configuration compiled into the library: what a host passes on to ConfigManager::Init, after
-/// telling the chip variant. Any thread may call these functions.
+/// telling the chip variant. Any thread may call these functions. They throw std::bad_alloc when
+/// memory is lacking, and may then be called again.
 #pragma once
 
 #include <array>

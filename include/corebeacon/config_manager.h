@@ -11,11 +11,11 @@
 /// kernel write: they validate, queue and return. A node that hangs holds up the writes of its own
 /// QoS alone.
 ///
-/// No operation throws. One that finds no memory fails like one that is refused and leaves nothing
-/// behind; the log tells. What takes something back needs no memory: PerfRelease, PerfReleaseAll,
-/// Reset and StopProbe never fail for lack of it, and neither does the end of a span. A worker that
-/// finds none for what was accepted leaves that one command out, and tells the log. Only the
-/// constructor throws std::bad_alloc.
+/// No operation throws (a stream that was told to throw does). One that finds no memory fails like
+/// one that is refused and leaves nothing behind; the log tells. What takes something back needs no
+/// memory: PerfRelease, PerfReleaseAll, Reset and StopProbe never fail for lack of it, and neither
+/// does the end of a span. A worker that finds none for what was accepted leaves that one command
+/// out, and tells the log. Only the constructor throws std::bad_alloc.
 #pragma once
 
 #include <cstdint>
@@ -151,8 +151,9 @@ public:
     void DumpCoreVersion(std::ostringstream& out);
 
     /// Switches a scenario on or off by a debug option such as "--game_mode_enable"; the scenario
-    /// then belongs to the calling process itself. `out` receives what went wrong. False for an
-    /// unknown option and when memory is lacking, else true.
+    /// then belongs to the calling process itself. `out` receives what went wrong, lack of memory
+    /// for the scenario included. False for an unknown option and when there was no memory to tell
+    /// of it, else true.
     bool DebugSet(std::ostringstream& out, const std::string& option);
 
     /// Whether the game-start scenario was switched on by its debug option.

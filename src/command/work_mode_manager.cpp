@@ -1,6 +1,6 @@
 #include "command/work_mode_manager.h"
 
-#include <new>
+#include <utility>
 
 #include "command/handle.h"
 #include "platform/logging.h"
@@ -30,6 +30,23 @@ int WorkModeManager::InitWorkMode(PerfWorkMode mode) {
     return 0;
 }
 
+void WorkModeManager::MakeRoom() {
+    MutexLock lock(mMutex);
+    MakeRoomLocked();
+}
+
+void WorkModeManager::MakeRoomLocked() {
+    if (mSpareMode.empty()) {
+        ModeSet modes{WorkModeInfo()};
+        mSpareMode = modes.extract(modes.begin());
+    }
+    if (mSpareEntry.empty()) {
+        HandleIndex entries;
+        entries.try_emplace(0);
+        mSpareEntry = entries.extract(entries.begin());
+    }
+}
+
 int WorkModeManager::SetWorkMode(unsigned long handle, unsigned int mode, PerfWorkMode& result) {
     MutexLock lock(mMutex);
     if (mByHandle.contains(handle)) {
@@ -40,13 +57,11 @@ int WorkModeManager::SetWorkMode(unsigned long handle, unsigned int mode, PerfWo
         LOGE("[%s:%d] invalid mode id: %u", mode);
         return -1;
     }
-    const auto entry = mByHandle.try_emplace(handle).first;
-    try {
-        entry->second = mModeSet.insert({handle, static_cast<PerfWorkMode>(mode)});
-    } catch (const std::bad_alloc&) {
-        mByHandle.erase(entry);
-        throw;
-    }
+    MakeRoomLocked();
+    mSpareMode.value() = {handle, static_cast<PerfWorkMode>(mode)};
+    mSpareEntry.key() = handle;
+    mSpareEntry.mapped() = mModeSet.insert(std::move(mSpareMode));
+    mByHandle.insert(std::move(mSpareEntry));
     return UpdateCurrWorkMode(result);
 }
 

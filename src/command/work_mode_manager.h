@@ -3,9 +3,9 @@
 /// sending of its command, so that resources learn of decisions in the order they were made.
 #pragma once
 
+#include <map>
 #include <set>
 #include <sstream>
-#include <unordered_map>
 
 #include "corebeacon/perf_types.h"
 #include "platform/mutex.h"
@@ -31,6 +31,10 @@ public:
     /// Puts `mode` in force until the first request decides anew; 0, or -1 for an unknown mode.
     int InitWorkMode(PerfWorkMode mode);
 
+    /// Lets the next SetWorkMode take no memory; throws std::bad_alloc. Who has given out a handle
+    /// can then be sure that it gets its mode.
+    void MakeRoom();
+
     /// Refuses a handle that already holds a mode, and an unknown mode. Throws std::bad_alloc with
     /// nothing changed.
     int SetWorkMode(unsigned long handle, unsigned int mode, PerfWorkMode& result);
@@ -46,7 +50,9 @@ public:
 
 private:
     using ModeSet = std::multiset<WorkModeInfo, ModeSetCompare>;
+    using HandleIndex = std::map<unsigned long, ModeSet::iterator>;
 
+    void MakeRoomLocked() REQUIRES(mMutex);
     /// Follows the first of the mode set; 1 when that changes the mode in force.
     int UpdateCurrWorkMode(PerfWorkMode& result) REQUIRES(mMutex);
 
@@ -55,7 +61,10 @@ private:
     PerfWorkMode mCurrMode GUARDED_BY(mMutex) = PERF_WORK_MODE_0;
     ModeSet mModeSet GUARDED_BY(mMutex);
     // Equal modes may be very many, so a release finds its mode by handle.
-    std::unordered_map<unsigned long, ModeSet::iterator> mByHandle GUARDED_BY(mMutex);
+    HandleIndex mByHandle GUARDED_BY(mMutex);
+    // Room for the next mode; empty until it was made.
+    ModeSet::node_type mSpareMode GUARDED_BY(mMutex);
+    HandleIndex::node_type mSpareEntry GUARDED_BY(mMutex);
 };
 
 }  // namespace corebeacon

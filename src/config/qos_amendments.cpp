@@ -1,6 +1,6 @@
 #include "config/qos_amendments.h"
 
-#include <sstream>
+#include <string_view>
 
 #include "config/freq_list.h"
 #include "platform/logging.h"
@@ -55,14 +55,12 @@ void AmendLevelMaps(const QosAmendments& amendments, std::uint32_t variant,
     }
 }
 
-// The last word is the board; earlier ones name its maker and family.
-std::string LastWord(const std::string& text) {
-    std::istringstream words(text);
-    std::string last;
-    for (std::string word; words >> word;) {
-        last = word;
-    }
-    return last;
+// The last word is the board; earlier ones name its maker and family. Without a stream, which would
+// swallow a lack of memory and take an earlier word for the last.
+std::string_view LastWord(std::string_view text) {
+    constexpr std::string_view kBlanks = " \t\n\v\f\r";
+    text = text.substr(0, text.find_last_not_of(kBlanks) + 1);
+    return text.substr(text.find_last_of(kBlanks) + 1);  // all of it where there is no blank
 }
 
 void AmendByBoard(const QosAmendments& amendments, PerfQosConfigMap& table) {
@@ -72,7 +70,7 @@ void AmendByBoard(const QosAmendments& amendments, PerfQosConfigMap& table) {
         LOGI("[%s:%d] open chiptype path failed!");
         return;
     }
-    if (LastWord(boardName).find(kDevelopmentBoard) != std::string::npos) {
+    if (LastWord(boardName).find(kDevelopmentBoard) != std::string_view::npos) {
         LOGI("[%s:%d] chiptype is udp");
         return;
     }

@@ -61,7 +61,7 @@ bool ConfigManager::DebugSet(std::ostringstream& out, const std::string& option)
     } else {
         DisableDebugScenario(out, scenarioId, handle);
     }
-    return true;
+    return !out.bad();
 } catch (const std::bad_alloc&) {
     OutOfMemory("DebugSet");
     return false;

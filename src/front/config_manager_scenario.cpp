@@ -2,6 +2,7 @@
 #include <map>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "corebeacon/config_manager.h"
 #include "front/config_manager_state.h"
@@ -71,22 +72,21 @@ int ConfigManager::PerfSetMode(int pid, unsigned int mode, unsigned long& handle
     const TimePoint now = SteadyNow();
     CommandWrapper cmd(PERF_COMMAND_MODE_START, now, now, 0);
     cmd.InsertWorkModeCommand();
+    CommandWrapper broadcast = cmd;
+    broadcast.FillInWorkMode(PERF_WORK_MODE_0);  // gives it an item of its own
     // Before the handle is taken: a release-all that finds the handle then waits until its mode is
     // set. Otherwise it would release a mode that is set only afterwards, and stays for ever.
     MutexLock lock(mState->workModeMutex);
+    // Likewise: with a handle that others may release by now, nothing must fail any more.
+    mState->workModeManager.MakeRoom();
     if (mState->commandManager.RequestHandle(pid, now, cmd, handle) != 0) {
         LOGE("[%s:%d] RequestHandle failed for pid %d", pid);
         return -1;
     }
+    broadcast.FillInHandle(handle);
+    cmd = std::move(broadcast);  // leaves the former item to the table, whose release amends it
     PerfWorkMode result = PERF_WORK_MODE_0;
-    int changed = 0;
-    try {
-        cmd.FillInWorkMode(result);  // parts from the item in the table, so that the next does not
-        changed = mState->workModeManager.SetWorkMode(handle, mode, result);
-    } catch (const std::bad_alloc&) {
-        mState->commandManager.Withdraw(pid, handle);
-        throw;
-    }
+    const int changed = mState->workModeManager.SetWorkMode(handle, mode, result);
     if (changed < 0) {
         LOGE("[%s:%d] SetWorkMode failed for pid %d", pid);
         return -1;

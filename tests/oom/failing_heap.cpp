@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -15,6 +16,7 @@ std::atomic<Watched> gWatched{Watched::NOBODY};
 std::atomic<Shortage> gShortage{Shortage::ONCE};
 std::atomic<long> gLeft{0};
 std::atomic<bool> gHasFailed{false};
+std::function<void()> gAhead;  // changed only while nobody is watched
 thread_local bool gIsTestsThread = false;
 thread_local int gExemptions = 0;
 
@@ -28,7 +30,10 @@ bool IsToFail() {
     if (left > 0 || (left < 0 && gShortage.load() == Shortage::ONCE)) {
         return false;
     }
-    gHasFailed = true;
+    if (!gHasFailed.exchange(true) && gAhead) {
+        const corebeacon::test::HeapExemption exemption;
+        gAhead();
+    }
     return true;
 }
 
@@ -68,8 +73,9 @@ void operator delete[](void* block, std::size_t /*size*/) noexcept {
 
 namespace corebeacon::test {
 
-FailingHeap::FailingHeap(HeapUser user, Shortage shortage, long nth) {
+FailingHeap::FailingHeap(HeapUser user, Shortage shortage, long nth, std::function<void()> ahead) {
     gIsTestsThread = true;
+    gAhead = std::move(ahead);
     gHasFailed = false;
     gShortage = shortage;
     gLeft = nth;

@@ -2,6 +2,8 @@
 /// operator new throws std::bad_alloc, once or from then on. Owned by a test; one at a time.
 #pragma once
 
+#include <functional>
+
 namespace corebeacon::test {
 
 /// Whose allocations are counted: the test's own thread's, or everybody else's.
@@ -11,8 +13,9 @@ enum class Shortage { ONCE, FOR_EVER };
 
 class FailingHeap {
 public:
-    /// The `nth` allocation fails, counted from 1.
-    FailingHeap(HeapUser user, Shortage shortage, long nth);
+    /// The `nth` allocation fails, counted from 1. Just before, `ahead` runs, exempt, on the thread
+    /// that has asked for it: what others do in the middle of an operation that is about to fail.
+    FailingHeap(HeapUser user, Shortage shortage, long nth, std::function<void()> ahead = {});
     ~FailingHeap();
     FailingHeap(const FailingHeap&) = delete;
     FailingHeap& operator=(const FailingHeap&) = delete;

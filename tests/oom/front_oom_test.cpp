@@ -2,16 +2,22 @@
 // so on, until it gets through: it fails as a refused one does, nothing is left behind, and what
 // takes something back needs no memory at all.
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
+#include <new>
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "command/command_manager.h"
 #include "oom/oom_fixture.h"
+#include "support/thread_state.h"
 
 namespace corebeacon::test {
 namespace {
@@ -252,6 +258,36 @@ TEST_F(FrontOomTest, AnEventThatCannotBeStoppedGoesOnAndTellsSo) {
     ExpectEveryNodeAtItsBase();
 }
 
+TEST_F(FrontOomTest, AReleaseOfAllMeetsNoModeThatHasFailedForLackOfMemory) {
+    bool isThrough = false;
+    for (long nth = 1; !isThrough; ++nth) {
+        ASSERT_LT(nth, 1000);
+        std::atomic<pid_t> tid{0};
+        std::atomic<int> result{1};
+        std::thread releaser;
+        // Goes as far as it can: to its end, or to a mutex that the failing operation holds.
+        const auto releaseAll = [&] {
+            releaser = std::thread([&] {
+                tid = static_cast<pid_t>(::syscall(SYS_gettid));
+                result = mFront->PerfReleaseAll(kPid);
+            });
+            EXPECT_TRUE(Eventually([&] { return result != 1 || IsAsleep(tid); }));
+        };
+        unsigned long handle = 0;
+        {
+            const FailingHeap heap(HeapUser::THIS_THREAD, Shortage::ONCE, nth, releaseAll);
+            isThrough = mFront->PerfSetMode(kPid, PERF_WORK_MODE_1, handle) == 0;
+        }
+        if (releaser.joinable()) {
+            releaser.join();
+            EXPECT_EQ(result, 0) << "allocation " << nth;
+        }
+    }
+    EXPECT_EQ(mFront->PerfReleaseAll(kPid), 0);
+    Settle(*mFront);
+    ExpectEveryNodeAtItsBase();
+}
+
 TEST_F(FrontOomTest, ADebugScenarioIsSwitchedOnWholeOrNotAtAll) {
     const std::string on = "--benchmark_mode_enable";
     const std::string off = "--benchmark_mode_disable";
@@ -260,13 +296,16 @@ TEST_F(FrontOomTest, ADebugScenarioIsSwitchedOnWholeOrNotAtAll) {
         for (long nth = 1; !isOn; ++nth) {
             ASSERT_LT(nth, 1000);
             std::ostringstream out;
+            bool isDone = false;
             {
                 const FailingHeap heap(HeapUser::THIS_THREAD, shortage, nth);
-                EXPECT_NO_THROW(mFront->DebugSet(out, on));
+                EXPECT_NO_THROW(isDone = mFront->DebugSet(out, on));
             }
             const unsigned int handles = mFront->Commands().GetCounts().liveHandles;
             isOn = !FailingHeap::HasFailed();
             EXPECT_EQ(handles, isOn ? 1U : 0U);
+            EXPECT_TRUE(!isDone || !out.bad());
+            EXPECT_EQ(isDone && out.str().empty(), isOn) << "the caller is told, or finds it done";
         }
         std::ostringstream out;
         EXPECT_TRUE(mFront->DebugSet(out, off));
@@ -294,36 +333,6 @@ TEST_F(FrontOomTest, ARequestThatOneOfItsQueuesHasNoRoomForIsTakenBackFromTheOth
     gate->Open();
     Settle(*mFront);
     ExpectEveryNodeAtItsBase();
-}
-
-TEST_F(FrontOomTest, AnEngineThatCannotBeBuiltLeavesNothingAndIsBuiltTheNextTime) {
-    mFront.reset();
-    const auto events = GetConfigurableEventVec(mChip);
-    const auto scenarios = GetConfigurableScenarioVec(mChip);
-    const ProbeEvent probe;
-    for (const Shortage shortage : {Shortage::ONCE, Shortage::FOR_EVER}) {
-        ConfigManager front;
-        int result = -1;
-        // Far beyond the first few hundred, one in some is as good as each.
-        for (long nth = 1; result != 0; nth += 1 + nth / 50) {
-            PerfDefaultConfig config = BuiltinConfig();
-            {
-                const FailingHeap heap(HeapUser::THIS_THREAD, shortage, nth);
-                EXPECT_NO_THROW(result = front.Init(config, events, scenarios, probe));
-            }
-            ASSERT_EQ(result, FailingHeap::HasFailed() ? -1 : 0) << "allocation " << nth;
-            if (result != 0) {
-                EXPECT_EQ(mDevice->OpenDescriptors(), 0U);
-                std::vector<PerfQosId> ids;
-                front.Resources().GetResourceIds(ids);
-                EXPECT_TRUE(ids.empty());
-            }
-        }
-        unsigned long handle = 0;
-        EXPECT_EQ(front.PerfRequest(kPid, 0, {Ask(PERF_QOS_GPU, PERF_OPERATION_BOOST, 500000000)},
-                                    handle),
-                  0);
-    }
 }
 
 }  // namespace
