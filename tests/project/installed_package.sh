@@ -1,14 +1,21 @@
 #!/bin/sh
-# installed_package.sh BUILD_DIR EXAMPLE_DIR CXX CMAKE LIBDIR   installs the build into a folder of its
-# own, moves that folder, and has the example built and run against it as a user would: through the
-# CMake package (shared and static) and through pkg-config.
+# installed_package.sh BUILD_DIR EXAMPLES_DIR CXX CC CMAKE LIBDIR   installs the build into a folder
+# of its own, moves that folder, and has the examples built and run against it as a user would:
+# through the CMake package (shared and static) and through pkg-config.
 set -eu
-build=$1 example=$2 cxx=$3 cmake=$4 libdir=$5
+build=$1 examples=$2 cxx=$3 cc=$4 cmake=$5 libdir=$6
 work=$build/installed-package
 rm -rf "$work"
 mkdir -p "$work"
 
 "$cmake" --install "$build" --prefix "$work/first" >"$work/install.log"
+# A packager's way must lay down the same files below the prefix that the build was made for.
+DESTDIR=$work/stage "$cmake" --install "$build" >>"$work/install.log"
+root=$(sed -n 's/^CMAKE_INSTALL_PREFIX:PATH=//p' "$build/CMakeCache.txt")
+(cd "$work/first" && find . | sort) >"$work/first.list"
+(cd "$work/stage$root" && find . | sort) >"$work/stage.list"
+diff "$work/first.list" "$work/stage.list"
+
 # Nothing installed may know where it was first laid.
 mv "$work/first" "$work/prefix"
 prefix=$work/prefix
@@ -28,13 +35,20 @@ check() {
     echo "$1: ok"
 }
 
-for library in corebeacon corebeacon_static; do
-    "$cmake" -S "$example" -B "$work/$library" -DCMAKE_PREFIX_PATH="$prefix" \
-        -DCMAKE_CXX_COMPILER="$cxx" -DCOREBEACON_LIBRARY=$library >"$work/$library.log"
-    "$cmake" --build "$work/$library" >>"$work/$library.log"
-    check "$library" "$work/$library/boost"
+for example in boost boost_c; do
+    for library in corebeacon corebeacon_static; do
+        name=$example-$library
+        "$cmake" -S "$examples/$example" -B "$work/$name" -DCMAKE_PREFIX_PATH="$prefix" \
+            -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_C_COMPILER="$cc" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON \
+            -DCOREBEACON_LIBRARY=$library >"$work/$name.log" 2>&1 &&
+            "$cmake" --build "$work/$name" >>"$work/$name.log" 2>&1 || {
+            cat "$work/$name.log"
+            exit 1
+        }
+        check "$name" "$work/$name/$example"
+    done
+    readelf -d "$work/$example-corebeacon/$example" | grep -q 'NEEDED.*\[libcorebeacon\.so\.5\]'
 done
-readelf -d "$work/corebeacon/boost" | grep -q 'NEEDED.*\[libcorebeacon\.so\.5\]'
 "$prefix/bin/corebeacon" --version | grep -qx 'corebeacon 5\.1\.0'
 
 if ! command -v pkg-config >/dev/null; then
@@ -45,5 +59,15 @@ PKG_CONFIG_PATH=$prefix/$libdir/pkgconfig
 export PKG_CONFIG_PATH
 [ "$(pkg-config --modversion corebeacon)" = 5.1.0 ]
 # shellcheck disable=SC2046 # one word a flag
-"$cxx" -std=c++20 "$example/boost.cpp" -o "$work/boost" $(pkg-config --cflags --libs corebeacon)
+"$cxx" -std=c++20 "$examples/boost/boost.cpp" -o "$work/boost" \
+    $(pkg-config --cflags --libs corebeacon)
 check pkg-config "$work/boost"
+# shellcheck disable=SC2046
+"$cc" -std=c99 -Wall -Wextra -Wpedantic -Werror "$examples/boost_c/boost_c.c" -o "$work/boost_c" \
+    $(pkg-config --cflags --libs corebeacon)
+check pkg-config-c "$work/boost_c"
+# shellcheck disable=SC2046
+"$cc" -std=c99 "$examples/boost_c/boost_c.c" -o "$work/boost_c_static" $(pkg-config --cflags corebeacon) \
+    "$prefix/$libdir/libcorebeacon.a" $(pkg-config --static --libs-only-l --libs-only-other corebeacon |
+        sed 's/-lcorebeacon//')
+check pkg-config-c-static "$work/boost_c_static"

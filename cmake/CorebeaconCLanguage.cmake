@@ -1,0 +1,17 @@
+# The library and its tools are C++; a test of the C interface is C. It is compiled by the C++
+# compiler's own sibling, which takes the same flags (sanitizers, coverage, another machine).
+if(NOT DEFINED CMAKE_C_COMPILER)
+  get_filename_component(sibling ${CMAKE_CXX_COMPILER} NAME)
+  string(REPLACE "clang++" "clang" sibling ${sibling})
+  string(REPLACE "g++" "gcc" sibling ${sibling})
+  string(REPLACE "c++" "cc" sibling ${sibling})
+  find_program(COREBEACON_C_COMPILER ${sibling})
+  mark_as_advanced(COREBEACON_C_COMPILER)
+  if(COREBEACON_C_COMPILER)
+    set(CMAKE_C_COMPILER ${COREBEACON_C_COMPILER})
+  endif()
+endif()
+enable_language(C)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_C_EXTENSIONS OFF)
