@@ -7,9 +7,9 @@
 /// resources that had not answered yet.
 ///
 /// Init must have returned before the first other call. All other operations may be called from any
-/// number of threads at once. None but TaskDump, and DumpInfo where it does the same, waits for a
-/// kernel write: they validate, queue and return. A node that hangs holds up the writes of its own
-/// QoS alone.
+/// number of threads at once. None but TaskDump, DumpInfo where it does the same, and Inspect waits
+/// for a kernel write: they validate, queue and return. A node that hangs holds up the writes of
+/// its own QoS alone.
 ///
 /// No operation throws (a stream that was told to throw does). One that finds no memory fails like
 /// one that is refused and leaves nothing behind; the log tells. What takes something back needs no
@@ -28,6 +28,7 @@
 #include "corebeacon/configurable_scenario.h"
 #include "corebeacon/default_config.h"
 #include "corebeacon/export.h"
+#include "corebeacon/group_state.h"
 #include "corebeacon/perf_types.h"
 
 namespace corebeacon {
@@ -143,6 +144,14 @@ public:
     /// also for one whose node hangs; dumps of several threads take turns. Returns 0, or -1 when
     /// there is no resource.
     int TaskDump(bool full, std::ostringstream& out);
+
+    /// Tells the state of every group of one QoS, collected by the QoS's own worker after all that
+    /// was asked of it before: who asks for what, what is in force and why, and what its nodes were
+    /// given. Waits for that worker, without a time limit while a node of the QoS hangs, and for no
+    /// other. PERF_QOS_EAS_BASE is PERF_QOS_EAS. Replaces what `groups` holds. Returns 0, or -1
+    /// with `groups` empty for a QoS that this device lacks, when the front is destroyed meanwhile,
+    /// and for lack of memory.
+    int Inspect(PerfQosId qosId, std::vector<GroupState>& groups);
 
     /// Appends the limits that CPU clusters and GPU had in force lately.
     void DumpFreqLimitHistory(std::ostringstream& out);

@@ -103,6 +103,27 @@ bool CommandManager::IsProbed(int tid) const {
     return mProbes.contains(tid);
 }
 
+void CommandManager::FindOrigins(HandleOrigins& origins) const {
+    MutexLock lock(mMutex);
+    const auto enter = [&origins](unsigned long handle, const HandleOrigin& origin) {
+        const auto wanted = origins.find(handle);
+        if (wanted != origins.end()) {
+            wanted->second = origin;
+        }
+    };
+    for (const auto& [pid, commands] : mCommands) {
+        for (const auto& [handle, cmd] : commands) {
+            enter(handle, {.kind = RequestOrigin::CLIENT, .pid = pid});
+        }
+    }
+    for (const auto& [eventId, handle] : mEvents) {
+        enter(handle, {.kind = RequestOrigin::EVENT, .eventId = eventId});
+    }
+    for (const auto& [tid, handle] : mProbes) {
+        enter(handle, {.kind = RequestOrigin::PROBE, .pid = tid});
+    }
+}
+
 CommandManager::Counts CommandManager::GetCounts() const {
     MutexLock lock(mMutex);
     Counts counts{.liveHandles = mLiveHandles,

@@ -14,6 +14,7 @@
 
 #include "command/command_wrapper.h"
 #include "command/end_time_index.h"
+#include "corebeacon/group_state.h"
 #include "platform/mutex.h"
 
 namespace corebeacon {
@@ -26,6 +27,14 @@ inline constexpr unsigned long kFirstHandle = 1;
 
 /// Handles of one owner, each with the command that it stands for.
 using HandleCommandMap = std::unordered_map<unsigned long, CommandWrapper>;
+
+/// Who holds a handle.
+struct HandleOrigin {
+    RequestOrigin kind = RequestOrigin::UNKNOWN;
+    int pid = 0;              ///< of a client; the thread of a probe
+    PerfEventId eventId = 0;  ///< of an event
+};
+using HandleOrigins = std::unordered_map<unsigned long, HandleOrigin>;
 
 class CommandManager {
     using OwnerMap = std::unordered_map<int, HandleCommandMap>;
@@ -89,6 +98,10 @@ public:
     /// All running starts of the event; appends to `out`.
     int BuildEventReleaseCommand(PerfEventId id, std::vector<CommandWrapper>& out);
     int BuildProbeReleaseCommand(int tid, CommandWrapper& out);
+
+    /// Tells of each handle that is a key of `origins` who holds it; those that nobody holds stay
+    /// as they are. Looks at every handle in the table, and takes no memory.
+    void FindOrigins(HandleOrigins& origins) const;
 
     Counts GetCounts() const;
 

@@ -27,6 +27,8 @@ enum PerfCommandType : std::uint32_t {
     PERF_COMMAND_SUSPEND = 7,
     PERF_COMMAND_RESUME = 8,
     PERF_COMMAND_BASE_SET = 9,  ///< sets base values; holds no handle
+    // Apart from those above, which callers' dumps and logs know by number.
+    PERF_COMMAND_INSPECT = 100,  ///< each resource tells the state of its groups
 };
 
 /// One QoS's share of a request, with all of the caller's elements for that QoS merged.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "engine/arbitration.h"
 #include "platform/logging.h"
 
 namespace corebeacon {
@@ -10,6 +11,8 @@ namespace corebeacon {
 namespace {
 
 constexpr const char* LOG_TAG = "PF_GROUP";
+
+constexpr arbitration::NoWitness kNobodyLooks;
 
 /// The item that stands behind all requests, so that a base queue never runs empty.
 PerfGroupQueItem DefaultItem(PerfOperationType operation, int value) {
@@ -44,6 +47,28 @@ PerfGroup::PerfGroup(const PerfGroupConfig& config, PerfWorkMode workMode)
       mWaitingQue(WaitingQueCompare, PerfGroupQueue::ItemLife::TIMED),
       mWorkMode(workMode) {}
 
+PerfGroup::PerfGroup(const PerfGroup& other, const std::string& name)
+    : mGroupId(other.mGroupId),
+      mName(name),
+      mAvailableMin(other.mAvailableMin),
+      mAvailableMax(other.mAvailableMax),
+      mClampOutOfRange(other.mClampOutOfRange),
+      mCurrTimePoint(other.mCurrTimePoint),
+      mFinalBoost(other.mFinalBoost),
+      mFinalLimit(other.mFinalLimit),
+      mEffectiveBoost(other.mEffectiveBoost),
+      mEffectiveLimit(other.mEffectiveLimit),
+      mEffectiveBaseBoost(other.mEffectiveBaseBoost),
+      mEffectiveBaseLimit(other.mEffectiveBaseLimit),
+      mBoostQue(other.mBoostQue),
+      mLimitQue(other.mLimitQue),
+      mBoostBaseQue(other.mBoostBaseQue),
+      mLimitBaseQue(other.mLimitBaseQue),
+      mWaitingQue(other.mWaitingQue),
+      mBaseLimitWasAlone(other.mBaseLimitWasAlone),
+      mSuspended(other.mSuspended),
+      mWorkMode(other.mWorkMode) {}
+
 PerfGroup::~PerfGroup() = default;
 
 int PerfGroup::RelatedGroupDoConfig(int /*level*/) {
@@ -55,6 +80,8 @@ int PerfGroup::DumpLimitHistoryLog(std::ostringstream& /*out*/) {
 }
 
 void PerfGroup::CloseAllFds() {}
+
+void PerfGroup::DescribeKind(GroupState& /*state*/) const {}
 
 bool PerfGroup::GroupParametersValidate(const PerfGroupConfig& config) {
     const char* name = config.name.c_str();
@@ -153,76 +180,46 @@ int PerfGroup::GroupValueValidate(PerfCommandType type, OperationValueMap& value
 }
 
 int PerfGroup::UpdateEffectiveLongTermCommand() {
-    int boost = GetBoostBaseValue();
-    int limit = GetLimitBaseValue();
-    if (boost > limit) {
-        switch (mWorkMode) {
-            case PERF_WORK_MODE_1:
-                limit = boost;
-                break;
-            case PERF_WORK_MODE_0:
-            case PERF_WORK_MODE_2:
-                boost = limit;
-                break;
-            default:
-                LOGE("[%s:%d] [%s] invalid work mode: %u", mName.c_str(), mWorkMode);
-                return -1;
-        }
+    arbitration::Sides<int> standing{GetBoostBaseValue(), GetLimitBaseValue()};
+    if (!arbitration::SettleStanding(mWorkMode, standing, kNobodyLooks)) {
+        LOGE("[%s:%d] [%s] invalid work mode: %u", mName.c_str(), mWorkMode);
+        return -1;
     }
-    if (boost == mEffectiveBaseBoost && limit == mEffectiveBaseLimit) {
+    if (standing.boost == mEffectiveBaseBoost && standing.limit == mEffectiveBaseLimit) {
         return 0;
     }
-    mEffectiveBaseBoost = boost;
-    mEffectiveBaseLimit = limit;
+    mEffectiveBaseBoost = standing.boost;
+    mEffectiveBaseLimit = standing.limit;
     return 1;
 }
 
 void PerfGroup::UpdateEffectiveShortTermCommand() {
     const bool hasShortTermBoost = mBoostQue.HasHead();
-    mEffectiveBoost = hasShortTermBoost ? std::max(mEffectiveBaseBoost, mBoostQue.Head().value)
-                                        : mEffectiveBaseBoost;
+    mEffectiveBoost = arbitration::SettleTimedBoost(
+        mEffectiveBaseBoost, hasShortTermBoost ? &mBoostQue.Head().value : nullptr, kNobodyLooks);
     UpdateEffectiveLimit(hasShortTermBoost);
 }
 
 void PerfGroup::UpdateEffectiveLimit(bool hasShortTermBoost) {
-    mEffectiveLimit = mEffectiveBaseLimit;
-    if (mWorkMode == PERF_WORK_MODE_2) {
-        return;
-    }
-    if (!mLimitQue.HasHead()) {
-        if (hasShortTermBoost) {
-            // A short burst escapes the standing ceiling.
-            mEffectiveLimit = mAvailableMax;
-        }
-        return;
-    }
-    const int shortTermLimit = mLimitQue.Head().value;
-    if (mWorkMode == PERF_WORK_MODE_0 && mLimitBaseQue.Queued().empty()) {
-        // Nobody holds a standing ceiling, so the timed one counts in full, floors included.
-        mEffectiveLimit = shortTermLimit;
-        mEffectiveBoost = std::min(mEffectiveBoost, shortTermLimit);
-    } else {
-        mEffectiveLimit = std::max(mEffectiveBaseLimit, shortTermLimit);
-    }
+    mBaseLimitWasAlone = mLimitBaseQue.Queued().empty();
+    const arbitration::TimedHeads<int> timed{
+        .boost = hasShortTermBoost ? &mBoostQue.Head().value : nullptr,
+        .limit = mLimitQue.HasHead() ? &mLimitQue.Head().value : nullptr};
+    arbitration::Sides<int> effective{mEffectiveBoost, mEffectiveBaseLimit};
+    arbitration::SettleTimedLimit(mWorkMode, timed, mAvailableMax, mBaseLimitWasAlone, effective,
+                                  kNobodyLooks);
+    mEffectiveBoost = effective.boost;
+    mEffectiveLimit = effective.limit;
 }
 
 int PerfGroup::GenerateFinalValue(int& boost, int& limit) const {
-    int finalBoost = mEffectiveBoost;
-    int finalLimit = mEffectiveLimit;
-    switch (mWorkMode) {
-        case PERF_WORK_MODE_0:
-        case PERF_WORK_MODE_1:
-            finalLimit = std::max(finalLimit, finalBoost);
-            break;
-        case PERF_WORK_MODE_2:
-            finalBoost = std::min(finalBoost, finalLimit);
-            break;
-        default:
-            LOGE("[%s:%d] [%s] invalid work mode: %u", mName.c_str(), mWorkMode);
-            return -1;
+    arbitration::Sides<int> pair{mEffectiveBoost, mEffectiveLimit};
+    if (!arbitration::SettleFinal(mWorkMode, pair, kNobodyLooks)) {
+        LOGE("[%s:%d] [%s] invalid work mode: %u", mName.c_str(), mWorkMode);
+        return -1;
     }
-    boost = finalBoost;
-    limit = finalLimit;
+    boost = pair.boost;
+    limit = pair.limit;
     return 0;
 }
 

@@ -16,6 +16,7 @@
 
 #include "command/command_wrapper.h"
 #include "corebeacon/group_config.h"
+#include "corebeacon/group_state.h"
 #include "corebeacon/perf_types.h"
 #include "engine/dump_info.h"
 #include "engine/perf_group_queue.h"
@@ -53,6 +54,8 @@ public:
     virtual int DoConfig(int boost, int limit) = 0;
     /// Closes the nodes; the next write opens them again.
     virtual void CloseAllFds();
+    /// Tells the kind and what its nodes were given.
+    virtual void DescribeKind(GroupState& state) const;
 
     /// Whether a group can be built from `config`; logs why not.
     static bool GroupParametersValidate(const PerfGroupConfig& config);
@@ -79,6 +82,7 @@ public:
     /// When ShortTermTimeOut is next needed; the epoch for never.
     TimePoint GetNextWakeUpTimePoint() const;
     int GetFinalBoostValue() const { return mFinalBoost; }
+    int GetFinalLimitValue() const { return mFinalLimit; }
     const std::string& GetName() const { return mName; }
     unsigned int GetGroupId() const { return mGroupId; }
 
@@ -98,8 +102,16 @@ public:
     void DumpPart1(std::ostringstream& out) const;
     void DumpPart2(std::ostringstream& out) const;
     void DumpBase(GroupDumpInfo& info) const;
+    /// Tells all that is known of the group at `now`, except the QoS and who holds the handles.
+    void Inspect(const TimePoint& now, GroupState& state) const;
 
 protected:
+    /// A group in the same state, to try out what would become of it. A kind of its own: it knows
+    /// no nodes.
+    PerfGroup(const PerfGroup& other, const std::string& name);
+
+    /// Appends what is asked for, each item with what became of it.
+    void DescribeItems(const TimePoint& now, std::vector<GroupItemState>& items) const;
     /// The standing floor and ceiling, in the unit of requests.
     int GetBoostBaseValue() const { return mBoostBaseQue.Head().value; }
     int GetLimitBaseValue() const { return mLimitBaseQue.Head().value; }
@@ -157,6 +169,9 @@ private:
     PerfGroupQueue mBoostBaseQue;
     PerfGroupQueue mLimitBaseQue;
     PerfGroupQueue mWaitingQue;
+    // Whether nobody held a standing limit when the effective limit was settled last. That it has
+    // changed since is no reason to settle anew.
+    bool mBaseLimitWasAlone = true;
     bool mSuspended = false;
     PerfWorkMode mWorkMode;
 };

@@ -23,6 +23,13 @@ PerfGroupQueue::PerfGroupQueue(Order order, ItemLife life, const PerfGroupQueIte
       mHead(head),
       mQueued(order, PoolAllocator<PerfGroupQueItem>(mQueuedPool)) {}
 
+PerfGroupQueue::PerfGroupQueue(const PerfGroupQueue& other)
+    : PerfGroupQueue(other.mOrder, other.mLife, other.mHead) {
+    for (const PerfGroupQueItem& item : other.mQueued) {
+        Insert(item);
+    }
+}
+
 const PerfGroupQueItem* PerfGroupQueue::FindQueued(unsigned long handle) const {
     const auto entry = mByHandle.find(handle);
     return entry == mByHandle.end() ? nullptr : &*entry->second.queued;

@@ -46,7 +46,8 @@ public:
 
     /// `head` is the item in force from the beginning, if any.
     PerfGroupQueue(Order order, ItemLife life, const PerfGroupQueItem& head = {});
-    PerfGroupQueue(const PerfGroupQueue&) = delete;
+    /// The same items in the same order.
+    PerfGroupQueue(const PerfGroupQueue& other);
     PerfGroupQueue& operator=(const PerfGroupQueue&) = delete;
 
     bool HasHead() const { return mHead.handle != kInvalidHandle; }

@@ -86,6 +86,9 @@ int PerfResource::CommandDispath(const PerfCommand& command) {
         case PERF_COMMAND_GET_BASE_INFO:
             GetBaseInfo();
             return 0;
+        case PERF_COMMAND_INSPECT:
+            GetInspection();
+            return 0;
         case PERF_COMMAND_SUSPEND:
         case PERF_COMMAND_RESUME:
             SetSuspend(command.type == PERF_COMMAND_SUSPEND);

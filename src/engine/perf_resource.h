@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "command/command_wrapper.h"
+#include "corebeacon/group_state.h"
 #include "corebeacon/perf_types.h"
 #include "corebeacon/qos_config.h"
 #include "engine/command_fifo.h"
@@ -93,6 +94,8 @@ public:
     /// worker had no memory for it. False, with nothing appended, when the resource is stopped
     /// before the worker got to it. Any thread.
     bool WaitLogFinish(bool isBaseInfo, std::ostringstream& out) EXCLUDES(mLogMutex);
+    /// The same for the state of the groups; false also when there was no memory for it.
+    bool WaitInspection(std::vector<GroupState>& groups) EXCLUDES(mLogMutex);
     /// Appends the limits that the groups had in force lately. Any thread.
     void DumpLimitHistoryLog(std::ostringstream& out);
 
@@ -110,8 +113,11 @@ public:
     TimePoint FindMinTime() const;
     /// Appends every group's queues and then the limit history.
     void Dump(std::ostringstream& out);
+    /// Appends the state of every group.
+    void Inspect(std::vector<GroupState>& groups) const;
     void GetLog() EXCLUDES(mLogMutex);
     void GetBaseInfo() EXCLUDES(mLogMutex);
+    void GetInspection() EXCLUDES(mLogMutex);
 
 protected:
     /// Whether every addressed group exists and accepts its values: 0 or -1. Any thread.
@@ -134,6 +140,17 @@ private:
     struct DumpProgress {
         std::uint64_t collected = 0;
         std::uint64_t delivered = 0;
+
+        /// Counts a delivery, if there is a dump at least as new as the `wanted`-th question.
+        bool Deliver(std::uint64_t wanted) {
+            if (collected < wanted || delivered == collected) {
+                return false;
+            }
+            ++delivered;
+            return true;
+        }
+        /// Callers who asked at the same time share the newest dump; the last takes it away.
+        bool IsLast() const { return delivered == collected; }
     };
 
     void WorkThread();
@@ -157,14 +174,15 @@ private:
     CommandFifo mFifo GUARDED_BY(mFifoMutex);
     bool mStop GUARDED_BY(mFifoMutex) = false;
 
-    // How many dumps of a kind were queued: [0] logs, [1] base information.
-    std::array<std::atomic<std::uint64_t>, 2> mDumpsAsked{};
+    // How many dumps of a kind were queued: [0] logs, [1] base information, [2] inspections.
+    std::array<std::atomic<std::uint64_t>, 3> mDumpsAsked{};
 
     Mutex mLogMutex;
     CondVar mLogCond;
-    std::array<DumpProgress, 2> mDumpProgress GUARDED_BY(mLogMutex);
+    std::array<DumpProgress, 3> mDumpProgress GUARDED_BY(mLogMutex);
     std::string mLogText GUARDED_BY(mLogMutex);
     ResourceDumpInfo mBaseInfo GUARDED_BY(mLogMutex);
+    std::vector<GroupState> mInspection GUARDED_BY(mLogMutex);
     bool mHandOverClosed GUARDED_BY(mLogMutex) = false;
 };
 

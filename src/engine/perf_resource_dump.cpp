@@ -145,13 +145,11 @@ bool PerfResource::WaitLogFinish(bool isBaseInfo, std::ostringstream& out) {
 bool PerfResource::HandlePrintInfoLocked(bool isBaseInfo, std::uint64_t wanted,
                                          std::ostringstream& out) {
     DumpProgress& progress = mDumpProgress[isBaseInfo ? kBaseInfoDump : kLogDump];
-    if (progress.collected < wanted || progress.delivered == progress.collected) {
+    if (!progress.Deliver(wanted)) {
         return false;
     }
-    ++progress.delivered;
     const PlainFormat format(out);
-    // Callers who asked at the same time share the newest dump; the last of them takes it away.
-    const bool isLast = progress.delivered == progress.collected;
+    const bool isLast = progress.IsLast();
     if (isBaseInfo) {
         if (!mBaseInfo.groups.empty()) {
             PrintBaseInfo(out);

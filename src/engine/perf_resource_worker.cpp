@@ -59,6 +59,8 @@ int PerfResource::SendCommandToFifoQ(PerfCommand command) {
             ++mDumpsAsked[0];
         } else if (isComplete && type == PERF_COMMAND_GET_BASE_INFO) {
             ++mDumpsAsked[1];
+        } else if (isComplete && type == PERF_COMMAND_INSPECT) {
+            ++mDumpsAsked[2];
         }
     }
     // Not under the mutex, where the worker would wake only to wait for it: on a busy CPU that

@@ -33,6 +33,7 @@ bool OpenIfClosed(const std::string& name, const std::string& path, int& fd) {
     const int error = errno;
     LOGE("[%s:%d] [%s] open file %s failed, errno=%d (%s) \n", name.c_str(), path.c_str(), error,
          ErrnoText(error).Text());
+    errno = error;
     return false;
 }
 
@@ -45,6 +46,7 @@ int ReopenAndWriteStr(const std::string& name, const std::string& path, const st
         const int error = errno;
         LOGE("[%s:%d] [%s] %s second open file [%s] failed, errno=%d (%s) \n", name.c_str(),
              text.c_str(), path.c_str(), error, ErrnoText(error).Text());
+        errno = error;
         return -1;
     }
     if (WriteWhole(fd, text.data(), text.size())) {
@@ -54,6 +56,7 @@ int ReopenAndWriteStr(const std::string& name, const std::string& path, const st
     LOGE("[%s:%d] [%s] %s second write to %s failed, errno=%d (%s) \n", name.c_str(), text.c_str(),
          path.c_str(), error, ErrnoText(error).Text());
     SysClose(fd);
+    errno = error;
     return -1;
 }
 
@@ -87,6 +90,7 @@ int SysOpenAndWriteUint(const std::string& name, const std::string& path, int va
     LOGE("[%s:%d] [%s] %d write to %s failed, errno=%d (%s) \n", name.c_str(), value, path.c_str(),
          error, ErrnoText(error).Text());
     SysClose(fd);
+    errno = error;
     return -1;
 }
 
@@ -107,6 +111,7 @@ int SysOpenAndWriteStr(const std::string& name, const std::string& path, const s
     LOGW("[%s:%d] [%s] %s write to %s failed, errno=%d (%s) \n", name.c_str(), text.c_str(),
          path.c_str(), error, ErrnoText(error).Text());
     SysClose(fd);
+    errno = error;
     return -1;
 }
 

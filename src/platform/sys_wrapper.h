@@ -21,7 +21,8 @@ int SysClose(int& fd);
 
 /// Writes `value` as its 4 raw bytes in host byte order, for device nodes that take a binary
 /// integer. Opens `path` first if `fd` is negative. Returns 0 with the descriptor open, or -1 with
-/// `fd` negative; the failure is logged. `name` appears in messages only.
+/// `fd` negative and errno, which is 0 for a write that was cut short; the failure is logged.
+/// `name` appears in messages only.
 int SysOpenAndWriteUint(const std::string& name, const std::string& path, int value, int& fd);
 
 /// Writes the bytes of `text`, without a terminator; otherwise as SysOpenAndWriteUint. A write that

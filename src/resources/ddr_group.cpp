@@ -79,13 +79,23 @@ int DdrGroup::DoConfig(int boost, int limit) {
         const int bandwidth = BandwidthOf(boost);
         LOGI("[%s:%d] ############ [%s] final write: bandwidth=%d, min=%d \n", mName.c_str(),
              bandwidth, boost);
-        return SysWrapper::SysOpenAndWriteUint(mName, mNodePath, bandwidth, mNodeFd);
+        return WriteBinary(bandwidth);
     }
     if (mBandwidthCoefficient < 0.0F) {
         LOGI("[%s:%d] ############ [%s] final write: min=%d \n", mName.c_str(), boost);
-        return SysWrapper::SysOpenAndWriteUint(mName, mNodePath, boost, mNodeFd);
+        return WriteBinary(boost);
     }
     return SingleNodeValueGroup::DoConfig(boost, limit);
+}
+
+int DdrGroup::WriteBinary(int value) {
+    return mNodeRecord.Note(SysWrapper::SysOpenAndWriteUint(mName, mNodePath, value, mNodeFd),
+                            value);
+}
+
+void DdrGroup::DescribeKind(GroupState& state) const {
+    SingleNodeValueGroup::DescribeKind(state);
+    state.kind = GroupKind::DDR;
 }
 
 void DdrGroup::DumpBaseValueAfterMapping(std::vector<SpecifiedGroupDumpInfo>& info) const {

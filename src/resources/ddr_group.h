@@ -26,6 +26,7 @@ public:
     int OperationValueValidate(int& value) const override;
     /// Writes the node; `limit` plays no part. 0, or -1 when the node did not take it.
     int DoConfig(int boost, int limit) override;
+    void DescribeKind(GroupState& state) const override;
 
 private:
     void InitConfigValue();
@@ -33,6 +34,8 @@ private:
     std::int64_t ToConfigUnit(int frequency) const;
     /// MB/s for a frequency in kHz or Hz.
     int BandwidthOf(int frequency) const;
+    /// Writes the node its 4 bytes: 0, or -1 when it did not take them.
+    int WriteBinary(int value);
 
     static constexpr unsigned int kMhzFromHzDivisor = 1000000;
     static constexpr unsigned int kKhzHzFactor = 1000;

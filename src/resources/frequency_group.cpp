@@ -65,9 +65,13 @@ int FrequencyGroup::DoConfig(int boost, int limit) {
     // A kernel refuses a floor above the ceiling in force and a ceiling below the floor in force.
     // The first write makes room for a rising floor; it fails when both fall, and so does not
     // count: the last one then finds the floor lowered.
-    SysWrapper::SysOpenAndWriteStr(mName, mMaxNodePath, limitText, mMaxFd);
-    if (SysWrapper::SysOpenAndWriteStr(mName, mMinNodePath, boostText, mMinFd) != 0 ||
-        SysWrapper::SysOpenAndWriteStr(mName, mMaxNodePath, limitText, mMaxFd) != 0) {
+    const auto writeMax = [this, limit, &limitText] {
+        return mMaxRecord.Note(
+            SysWrapper::SysOpenAndWriteStr(mName, mMaxNodePath, limitText, mMaxFd), limit);
+    };
+    writeMax();
+    const int minResult = SysWrapper::SysOpenAndWriteStr(mName, mMinNodePath, boostText, mMinFd);
+    if (mMinRecord.Note(minResult, boost) != 0 || writeMax() != 0) {
         return 0;
     }
     WriteGpuTopFreq(limit);
@@ -140,7 +144,8 @@ void FrequencyGroup::WriteGpuTopFreq(int limit) {
     }
     const char* const text = limit == mAvailableMax ? kGpuTopFree : kGpuTopLimited;
     LOGI("[%s:%d] ############ [%s] final write gpu top: (%s) \n", mName.c_str(), text);
-    if (SysWrapper::SysOpenAndWriteStr(mName, mGpuTopFreqPath, text, mGpuTopFd) != 0) {
+    const int result = SysWrapper::SysOpenAndWriteStr(mName, mGpuTopFreqPath, text, mGpuTopFd);
+    if (mGpuTopRecord.Note(result, text) != 0) {
         LOGW("[%s:%d] [%s] write to gpu top frequency failed! \n", mName.c_str());
         return;
     }
@@ -172,6 +177,15 @@ int FrequencyGroup::DumpLimitHistoryLog(std::ostringstream& out) {
         out << "\n";
     }
     return 0;
+}
+
+void FrequencyGroup::DescribeKind(GroupState& state) const {
+    state.kind = GroupKind::FREQUENCY;
+    mMinRecord.Describe(mMinNodePath, state);
+    mMaxRecord.Describe(mMaxNodePath, state);
+    if (!mGpuTopFreqPath.empty()) {
+        mGpuTopRecord.Describe(mGpuTopFreqPath, state);
+    }
 }
 
 void FrequencyGroup::CloseAllFds() {

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/node_record.h"
 #include "engine/perf_group.h"
 #include "platform/clock.h"
 #include "platform/mutex.h"
@@ -45,6 +46,7 @@ public:
     /// Writes both nodes and the switch. Always 0: the next change writes all of them afresh.
     int DoConfig(int boost, int limit) override;
     void CloseAllFds() override;
+    void DescribeKind(GroupState& state) const override;
 
     // The steps of DoConfig.
 
@@ -66,6 +68,9 @@ private:
     int mMinFd = -1;
     int mMaxFd = -1;
     int mGpuTopFd = -1;
+    NodeRecord mMinRecord;
+    NodeRecord mMaxRecord;
+    NodeRecord mGpuTopRecord;
 
     Mutex mHistoryMutex;
     std::deque<LimitHistoryRecord> mLimitHistory GUARDED_BY(mHistoryMutex);

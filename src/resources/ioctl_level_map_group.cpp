@@ -69,9 +69,14 @@ int IoctlLevelMapGroup::DoConfig(int boost, int /*limit*/) {
         PathInfo& node = mPathInfoVec[i];
         const std::string& value = (*values)[i];
         LOGI("[%s:%d] ############ [%s] final ioctl %d: %s\n", mName.c_str(), boost, value.c_str());
-        ScMasterPrioProc(node.fd, boost, node, value);
+        node.record.Note(ScMasterPrioProc(node.fd, boost, node, value), value.c_str());
     }
     return 0;
+}
+
+void IoctlLevelMapGroup::DescribeKind(GroupState& state) const {
+    state.kind = GroupKind::IOCTL_LEVEL_MAP;
+    DescribeNodes(state);
 }
 
 void IoctlLevelMapGroup::StrToIntVec(const std::string& text,
@@ -90,13 +95,14 @@ void IoctlLevelMapGroup::StrToIntVec(const std::string& text,
     }
 }
 
-void IoctlLevelMapGroup::ScMasterPrioProc(int& fd, int level, const PathInfo& path,
-                                          const std::string& value) {
+int IoctlLevelMapGroup::ScMasterPrioProc(int& fd, int level, const PathInfo& path,
+                                         const std::string& value) {
     mNumbers.clear();
     StrToIntVec(value, mNumbers);
     if (mNumbers.size() < 2) {
         LOGE("[%s:%d] [%s] the value format of %s error \n", mName.c_str(), path.path.c_str());
-        return;
+        errno = EINVAL;
+        return -1;
     }
     if (fd < 0) {
         fd = SysWrapper::SysOpenWithWrOnly(path.path);
@@ -105,7 +111,8 @@ void IoctlLevelMapGroup::ScMasterPrioProc(int& fd, int level, const PathInfo& pa
         const int error = errno;
         LOGE("[%s:%d] [%s] open file %s failed, errno=%d (%s) \n", mName.c_str(), path.path.c_str(),
              error, SysWrapper::ErrnoText(error).Text());
-        return;
+        errno = error;
+        return -1;
     }
     const int result = level == mResetLevel ? ResetScMasterPrio(fd, mNumbers[0])
                                             : SetScMasterPrio(fd, mNumbers[0], mNumbers[1]);
@@ -113,7 +120,9 @@ void IoctlLevelMapGroup::ScMasterPrioProc(int& fd, int level, const PathInfo& pa
         const int error = errno;
         LOGE("[%s:%d] [%s] %s ioctl to %s failed, errno=%d (%s) \n", mName.c_str(), value.c_str(),
              path.path.c_str(), error, SysWrapper::ErrnoText(error).Text());
+        errno = error;
     }
+    return result;
 }
 
 int IoctlLevelMapGroup::SetScMasterPrio(const int& fd, unsigned int id, unsigned int prio) const {

@@ -19,6 +19,7 @@ public:
     /// Issues one request per node: 0, or -1 for a level that the group does not have. A request
     /// that fails keeps none of the others back.
     int DoConfig(int boost, int limit) override;
+    void DescribeKind(GroupState& state) const override;
 
     // The steps of DoConfig.
 
@@ -26,7 +27,8 @@ public:
     /// first piece that is no number below 4294967295.
     void StrToIntVec(const std::string& text, std::vector<unsigned int>& out) const;
     /// Carries out `level` on one device; opens it first if `fd` is negative. Failures are logged.
-    void ScMasterPrioProc(int& fd, int level, const PathInfo& path, const std::string& value);
+    /// The result is negative, with errno, for a failure.
+    int ScMasterPrioProc(int& fd, int level, const PathInfo& path, const std::string& value);
     /// Gives the master `id` the priority `prio`: the result of ioctl(2).
     int SetScMasterPrio(const int& fd, unsigned int id, unsigned int prio) const;
     /// Returns the master `id` to the device's own priority: the result of ioctl(2).

@@ -72,13 +72,16 @@ const std::string& IpaSustainablePowerGroup::SocTextWithoutBoard(int value) cons
 void IpaSustainablePowerGroup::BoardIpaSwitch(const std::string& text) {
     LOGI("[%s:%d] ############ [%s] final write board ipa switch: %s \n", mName.c_str(),
          text.c_str());
-    SysWrapper::SysOpenAndWriteStr(mName, mBoardSwitchPath, text, mBoardSwitchFd);
+    mBoardSwitchRecord.Note(
+        SysWrapper::SysOpenAndWriteStr(mName, mBoardSwitchPath, text, mBoardSwitchFd),
+        text.c_str());
 }
 
 void IpaSustainablePowerGroup::SocIpaSwitch(const std::string& text) {
     LOGI("[%s:%d] ############ [%s] final write soc ipa switch: %s \n", mName.c_str(),
          text.c_str());
-    SysWrapper::SysOpenAndWriteStr(mName, mSocSwitchPath, text, mSocSwitchFd);
+    mSocSwitchRecord.Note(SysWrapper::SysOpenAndWriteStr(mName, mSocSwitchPath, text, mSocSwitchFd),
+                          text.c_str());
 }
 
 void IpaSustainablePowerGroup::DumpBaseValueAfterMapping(
@@ -95,6 +98,15 @@ void IpaSustainablePowerGroup::DumpBaseValueAfterMapping(
     info.push_back(BoostRecord(mDisabledText, mBoardSwitchPath));
     info.push_back(
         BoostRecord(value == mBoardSwitchThreshold ? mEnabledText : mDisabledText, mSocSwitchPath));
+}
+
+void IpaSustainablePowerGroup::DescribeKind(GroupState& state) const {
+    state.kind = GroupKind::IPA_POWER;
+    if (mWithBoardSwitch) {
+        mNodeRecord.Describe(mNodePath, state);
+        mBoardSwitchRecord.Describe(mBoardSwitchPath, state);
+    }
+    mSocSwitchRecord.Describe(mSocSwitchPath, state);
 }
 
 void IpaSustainablePowerGroup::CloseAllFds() {

@@ -31,6 +31,7 @@ public:
     /// other back, and the next change writes afresh.
     int DoConfig(int value, int limit) override;
     void CloseAllFds() override;
+    void DescribeKind(GroupState& state) const override;
 
     // The steps of DoConfig: each writes one switch.
 
@@ -53,6 +54,8 @@ private:
     // value turned off.
     int mBoardSwitchFd = -1;
     int mSocSwitchFd = -1;
+    NodeRecord mBoardSwitchRecord;
+    NodeRecord mSocSwitchRecord;
     bool mIpaDisabledAbove = false;
     bool mIpaDisabledAt = false;
 

@@ -15,6 +15,13 @@ void IpaSwitchTempGroup::DumpBaseValueAfterMapping(
     }
 }
 
+void IpaSwitchTempGroup::DescribeKind(GroupState& state) const {
+    if (mSwitchEnabled) {
+        SingleNodeValueGroup::DescribeKind(state);
+    }
+    state.kind = GroupKind::IPA_SWITCH_TEMP;
+}
+
 int IpaSwitchTempGroup::DoConfig(int value, int limit) {
     return mSwitchEnabled ? SingleNodeValueGroup::DoConfig(value, limit) : 0;
 }

@@ -21,6 +21,8 @@ public:
     void DumpBaseValueAfterMapping(std::vector<SpecifiedGroupDumpInfo>& info) const override;
     /// As SingleNodeValueGroup's; 0 where nothing is written.
     int DoConfig(int value, int limit) override;
+    /// Without nodes where nothing is written.
+    void DescribeKind(GroupState& state) const override;
 
 private:
     // Fixed after construction.

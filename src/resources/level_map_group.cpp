@@ -17,7 +17,7 @@ constexpr const char* kGroupWithOptionalNodes = "REMAINDER";
 LevelMapGroup::LevelMapGroup(const PerfGroupConfig& config, PerfWorkMode mode)
     : PerfGroup(config, mode), mLevelToValues(config.level2ValueMap) {
     for (const std::string& path : config.sysNodePaths) {
-        mPathInfoVec.push_back({.path = path});
+        mPathInfoVec.push_back({.path = path, .record = {}});
     }
 }
 
@@ -69,17 +69,18 @@ int LevelMapGroup::DoConfig(int boost, int /*limit*/) {
         return -1;
     }
     for (std::size_t i = 0; i < mPathInfoVec.size(); ++i) {
-        auto& [path, fd] = mPathInfoVec[i];
+        auto& [path, fd, record] = mPathInfoVec[i];
         const std::string& value = (*values)[i];
         if (mName == kGroupWithOptionalNodes && fd < 0) {
             fd = SysWrapper::SysOpenWithWrOnly(path);
             if (fd < 0) {
+                record.Note(fd, value.c_str());
                 LOGD("[%s:%d] [%s] open file [%s] failed", mName.c_str(), path.c_str());
                 continue;
             }
         }
         LOGI("[%s:%d] ############ [%s] final write %d: %s\n", mName.c_str(), boost, value.c_str());
-        SysWrapper::SysOpenAndWriteStr(mName, path, value, fd);
+        record.Note(SysWrapper::SysOpenAndWriteStr(mName, path, value, fd), value.c_str());
     }
     return 0;
 }
@@ -96,6 +97,17 @@ void LevelMapGroup::DumpBaseValueAfterMapping(std::vector<SpecifiedGroupDumpInfo
                         .limitValue = "",
                         .boostNode = mPathInfoVec[i].path,
                         .limitNode = ""});
+    }
+}
+
+void LevelMapGroup::DescribeKind(GroupState& state) const {
+    state.kind = GroupKind::LEVEL_MAP;
+    DescribeNodes(state);
+}
+
+void LevelMapGroup::DescribeNodes(GroupState& state) const {
+    for (const PathInfo& node : mPathInfoVec) {
+        node.record.Describe(node.path, state);
     }
 }
 

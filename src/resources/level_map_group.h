@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "corebeacon/group_config.h"
+#include "engine/node_record.h"
 #include "engine/perf_group.h"
 
 namespace corebeacon {
@@ -16,6 +17,7 @@ namespace corebeacon {
 struct PathInfo {
     std::string path;
     int fd = -1;  ///< -1 while closed
+    NodeRecord record;
 };
 
 class LevelMapGroup : public PerfGroup {
@@ -37,8 +39,10 @@ public:
     /// group does not have. A node that cannot be written keeps none of the others back.
     int DoConfig(int boost, int limit) override;
     void CloseAllFds() override;
+    void DescribeKind(GroupState& state) const override;
 
 protected:
+    void DescribeNodes(GroupState& state) const;
     /// The texts of `level`, one per node; null for a level that the group does not have.
     const std::vector<std::string>* FindValues(int level) const;
 

@@ -33,4 +33,9 @@ int MonitorEnableGroup::RelatedGroupDoConfig(int level) {
     return LevelMapGroup::DoConfig(level, level);
 }
 
+void MonitorEnableGroup::DescribeKind(GroupState& state) const {
+    state.kind = GroupKind::MONITOR_ENABLE;
+    DescribeNodes(state);
+}
+
 }  // namespace corebeacon

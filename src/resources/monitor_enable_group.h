@@ -19,6 +19,7 @@ public:
     int DoConfig(int boost, int limit) override;
     /// Writes the texts of `level`: 0, or -1 for a level that cannot be applied.
     int RelatedGroupDoConfig(int level) override;
+    void DescribeKind(GroupState& state) const override;
 };
 
 }  // namespace corebeacon

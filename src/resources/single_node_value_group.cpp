@@ -34,12 +34,17 @@ bool SingleNodeValueGroup::GroupParametersValidate(const PerfGroupConfig& config
 int SingleNodeValueGroup::DoConfig(int boost, int /*limit*/) {
     const std::string text = std::to_string(boost);
     LOGI("[%s:%d] ############ [%s] final write (%s) \n", mName.c_str(), text.c_str());
-    return SysWrapper::SysOpenAndWriteStr(mName, mNodePath, text, mNodeFd);
+    return mNodeRecord.Note(SysWrapper::SysOpenAndWriteStr(mName, mNodePath, text, mNodeFd), boost);
 }
 
 void SingleNodeValueGroup::DumpBaseValueAfterMapping(
     std::vector<SpecifiedGroupDumpInfo>& info) const {
     info.push_back(BoostRecord(std::to_string(GetBoostBaseValue()), mNodePath));
+}
+
+void SingleNodeValueGroup::DescribeKind(GroupState& state) const {
+    state.kind = GroupKind::SINGLE_NODE;
+    mNodeRecord.Describe(mNodePath, state);
 }
 
 void SingleNodeValueGroup::CloseAllFds() {

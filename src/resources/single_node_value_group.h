@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/node_record.h"
 #include "engine/perf_group.h"
 
 namespace corebeacon {
@@ -26,6 +27,7 @@ public:
     /// Writes `boost`; `limit` plays no part. 0, or -1 when the node did not take it.
     int DoConfig(int boost, int limit) override;
     void CloseAllFds() override;
+    void DescribeKind(GroupState& state) const override;
 
 protected:
     /// The dump record of a node that knows no limit.
@@ -36,6 +38,7 @@ protected:
 
     // Worker thread only. -1 while closed.
     int mNodeFd = -1;
+    NodeRecord mNodeRecord;
 };
 
 }  // namespace corebeacon

@@ -10,4 +10,9 @@ int TargetRatioGroup::RelatedGroupDoConfig(int level) {
     return LevelMapGroup::DoConfig(level, level);
 }
 
+void TargetRatioGroup::DescribeKind(GroupState& state) const {
+    state.kind = GroupKind::TARGET_RATIO;
+    DescribeNodes(state);
+}
+
 }  // namespace corebeacon

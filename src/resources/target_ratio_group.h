@@ -15,6 +15,7 @@ public:
     int DoConfig(int boost, int limit) override;
     /// Writes the texts of `level`: 0, or -1 for a level that the group does not have.
     int RelatedGroupDoConfig(int level) override;
+    void DescribeKind(GroupState& state) const override;
 };
 
 }  // namespace corebeacon

@@ -21,7 +21,7 @@ set(operations
     ConfigManager::PerfEvent ConfigManager::StartEvent ConfigManager::StopEvent
     ConfigManager::StartProbe ConfigManager::StopProbe
     ConfigManager::Dump ConfigManager::DumpInfo ConfigManager::TaskDump
-    ConfigManager::DumpFreqLimitHistory ConfigManager::DumpCoreVersion
+    ConfigManager::Inspect ConfigManager::DumpFreqLimitHistory ConfigManager::DumpCoreVersion
     ConfigManager::DebugSet ConfigManager::GetGameStartFlag)
 # The functions of the C interface are read from its header.
 file(STRINGS ${C_HEADER} c_declarations REGEX "corebeacon_[a-z_]+\\(")
