@@ -18,6 +18,10 @@ function(corebeacon_module name)
   # -O3 makes the library a fifth larger and no request faster.
   target_compile_options(corebeacon_${name} PRIVATE
     $<$<CONFIG:Release>:-O2> -ffunction-sections -fdata-sections)
+  # The folders whose classes and functions are public, for the test of the binary interface.
+  if(COREBEACON_BUILD_TESTS AND name MATCHES "^(platform|config|front)$")
+    target_compile_options(corebeacon_${name} PRIVATE $<$<CONFIG:Release>:-g>)
+  endif()
 endfunction()
 
 # Tests are compiled for the person who waits for them: what they say is not timed, and an optimiser

@@ -1,7 +1,7 @@
 #!/bin/sh
 # install-deps.sh GROUP...   installs the Debian packages of these groups that are not there yet:
 # build (the library and the program), test (all that scripts/test.sh runs), kernel (the test that
-# boots a real kernel), bench. Asks nothing; uses sudo unless it is run by root.
+# boots a real kernel), bench, package (the Debian packages). Asks nothing; uses sudo unless it is run by root.
 set -eu
 
 packages() {
@@ -9,12 +9,14 @@ packages() {
     build) echo g++ cmake ninja-build libcli11-dev libpugixml-dev nlohmann-json3-dev ;;
     test)
         echo libgtest-dev pkg-config clang libclang-rt-dev llvm clang-format clang-tidy \
-            g++-aarch64-linux-gnu qemu-user-static libpugixml-dev:arm64 libxml2-utils python3
+            g++-aarch64-linux-gnu qemu-user-static libpugixml-dev:arm64 libxml2-utils python3 \
+            abigail-tools mandoc
         ;;
     kernel) echo qemu-system-arm device-tree-compiler cpio xz-utils ;;
+    package) echo build-essential debhelper lintian debootstrap ;;
     bench) echo libbenchmark-dev valgrind ;;
     *)
-        echo "install-deps.sh: no group named $1 (build, test, kernel, bench)" >&2
+        echo "install-deps.sh: no group named $1 (build, test, kernel, bench, package)" >&2
         exit 2
         ;;
     esac
