@@ -41,8 +41,9 @@ std::set<PerfQosId> QosOf(const EngineSession& session, const std::vector<Statem
 
 }  // namespace
 
-EventPrinter::EventPrinter(std::ostream& out, std::vector<Statement> expected)
-    : mOut(out), mExpected(std::move(expected)) {}
+EventPrinter::EventPrinter(std::ostream& out, std::vector<Statement> expected,
+                           const Palette& palette)
+    : mOut(out), mExpected(std::move(expected)), mPalette(palette) {}
 
 void EventPrinter::SetColumns(const NodeNames& names, const NodeNameWidths& widths,
                               TimePoint begin) {
@@ -53,8 +54,17 @@ void EventPrinter::SetColumns(const NodeNames& names, const NodeNameWidths& widt
 }
 
 void EventPrinter::Begin(EngineSession& session, TimePoint begin) {
-    SetColumns(session.Names(), session.Names().Widths(QosOf(session, mExpected)), begin);
+    mSession = &session;
+    SetColumns(session.Names(), {}, begin);
+    MakeRoomFor(mExpected);
     Device(session);
+}
+
+/// A statement that was not told of at the beginning makes the columns wider from there on.
+void EventPrinter::MakeRoomFor(const std::vector<Statement>& statements) {
+    const NodeNameWidths widths = mNames->Widths(QosOf(*mSession, statements));
+    mWidths.qos = std::max(mWidths.qos, widths.qos);
+    mWidths.brief = std::max(mWidths.brief, widths.brief);
 }
 
 void EventPrinter::Device(EngineSession& session) {
@@ -75,11 +85,16 @@ void EventPrinter::Device(EngineSession& session) {
 }
 
 void EventPrinter::Note(const Statement& note) {
-    mOut << (mIsInParagraph ? "" : "\n") << "# " << note.text << "\n" << std::flush;
+    mOut << (mIsInParagraph ? "" : "\n") << mPalette.note << "# " << note.text << mPalette.reset
+         << "\n"
+         << std::flush;
     mIsInParagraph = true;
 }
 
 void EventPrinter::Asked(TimePoint time, const Statement& statement) {
+    if (mSession != nullptr) {
+        MakeRoomFor({statement});
+    }
     Time(time);
     mOut << statement.text << "\n" << std::flush;
 }
@@ -99,9 +114,10 @@ void EventPrinter::Written(const NodeWrite& write, bool isRepetition) {
     const NodeName name = mNames->Of(write.path);
     Time(write.time);
     mOut << "    " << Padded(name.qos, mWidths.qos) << "  " << Padded(name.brief, mWidths.brief)
-         << "  " << write.value;
+         << "  " << mPalette.value << write.value << mPalette.reset;
     if (!write.failure.empty()) {
-        mOut << (write.value.empty() ? "" : "  ") << "FAILED: " << write.failure;
+        mOut << (write.value.empty() ? "" : "  ") << mPalette.failure
+             << "FAILED: " << write.failure << mPalette.reset;
     }
     mOut << "\n" << std::flush;
 }

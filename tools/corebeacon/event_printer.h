@@ -13,6 +13,7 @@
 
 #include "corebeacon/perf_types.h"
 #include "node_names.h"
+#include "palette.h"
 #include "run_observer.h"
 
 namespace corebeacon::tool {
@@ -20,7 +21,8 @@ namespace corebeacon::tool {
 class EventPrinter : public RunObserver {
 public:
     /// `expected` tell which nodes to expect, for the width of the columns.
-    EventPrinter(std::ostream& out, std::vector<Statement> expected);
+    EventPrinter(std::ostream& out, std::vector<Statement> expected,
+                 const Palette& palette = {});
 
     /// `names` must outlive the printer.
     void SetColumns(const NodeNames& names, const NodeNameWidths& widths, TimePoint begin);
@@ -39,10 +41,13 @@ public:
 
 private:
     void Device(EngineSession& session);
+    void MakeRoomFor(const std::vector<Statement>& statements);
     void Time(TimePoint time);
 
     std::ostream& mOut;
     const std::vector<Statement> mExpected;
+    const Palette mPalette;
+    const EngineSession* mSession = nullptr;  // the run's
     const NodeNames* mNames = nullptr;  // the session's
     NodeNameWidths mWidths;
     TimePoint mBegin;

@@ -1,4 +1,5 @@
 // The program `corebeacon`: its command line.
+#include <csignal>
 #include <cstdio>
 #include <iostream>
 #include <string>
@@ -6,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include "commands/commands.h"
+#include "commands/session_arguments.h"
 #include "corebeacon/version.h"
 #include "run_command.h"
 
@@ -31,6 +33,13 @@ int Run(int argc, char** argv) {
         return std::string("corebeacon: ") + error.what() + "\nRun with --help for the usage.\n";
     });
 
+    app.footer(
+        "Exit codes: 0 done, 1 failed, 2 usage or bad input, 3 a write was not borne out.\n"
+        "Data goes to standard output, diagnostics to standard error. With NO_COLOR set, and "
+        "where\n"
+        "no terminal listens, nothing is coloured.\n" +
+        Example("demo"));
+
     CommandSet commands(app);
     AddPlayCommands(commands);
     AddTableCommand(commands);
@@ -47,6 +56,8 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // Whoever reads no further, as head does, ends the program without a word.
+    std::signal(SIGPIPE, SIG_DFL);
     try {
         return Run(argc, argv);
     } catch (...) {

@@ -8,6 +8,8 @@
 
 #include "demo_story.h"
 #include "event_printer.h"
+#include "interruption.h"
+#include "json_printer.h"
 #include "script_parser.h"
 #include "script_player.h"
 
@@ -72,15 +74,29 @@ int PlayScript(std::string_view script, const std::string& name, const RunOption
         diagnostics << "corebeacon: the engine does not start; its log above tells why\n";
         return kExitFailed;
     }
-    EventPrinter printer(out, parsed.statements);
+    EventPrinter printer(out, parsed.statements, options.palette);
+    JsonPrinter json(options.command, name);
     RunObservers observers;
-    observers.Add(printer);
+    if (options.isJson) {
+        observers.Add(json);
+    } else {
+        observers.Add(printer);
+    }
+    const InterruptionGuard guard(InterruptionGuard::Catch::ONCE);
     ScriptPlayer player(*session, observers, diagnostics, name);
-    return player.Play(parsed.statements) ? kExitDone : kExitFailed;
+    const bool isAllAccepted = player.Play(parsed.statements);
+    if (Interruption() != 0) {
+        diagnostics << "corebeacon: interrupted\n";
+    }
+    const int exitCode = isAllAccepted && Interruption() == 0 ? kExitDone : kExitFailed;
+    if (options.isJson) {
+        json.Print(exitCode, out);
+    }
+    return exitCode;
 }
 
-int PlayDemo(std::ostream& out, std::ostream& diagnostics) {
-    return PlayScript(kDemoStory, "demo", RunOptions(), out, diagnostics);
+int PlayDemo(const RunOptions& options, std::ostream& out, std::ostream& diagnostics) {
+    return PlayScript(kDemoStory, "demo", options, out, diagnostics);
 }
 
 }  // namespace corebeacon::tool

@@ -10,16 +10,20 @@
 #include <vector>
 
 #include "engine_session.h"
+#include "palette.h"
 
 namespace corebeacon::tool {
 
 inline constexpr int kExitDone = 0;
-inline constexpr int kExitFailed = 1;    ///< the engine refused something
+inline constexpr int kExitFailed = 1;    ///< the engine refused something, or was interrupted
 inline constexpr int kExitBadInput = 2;  ///< nothing was applied
 
 /// How to play, and what is to be made of the run.
 struct RunOptions {
-    SessionOptions session;
+    SessionOptions session = {};
+    std::string command = "run";  ///< as a JSON document calls it
+    bool isJson = false;          ///< one document in the end instead of an account
+    Palette palette = {};
 };
 
 /// `path` is the script's file; "-" stands for `in`.
@@ -34,6 +38,6 @@ int RunStatements(const std::vector<std::string>& statements, const RunOptions& 
 int PlayScript(std::string_view script, const std::string& name, const RunOptions& options,
                std::ostream& out, std::ostream& diagnostics);
 
-int PlayDemo(std::ostream& out, std::ostream& diagnostics);
+int PlayDemo(const RunOptions& options, std::ostream& out, std::ostream& diagnostics);
 
 }  // namespace corebeacon::tool

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "corebeacon/log.h"
+#include "interruption.h"
 #include "platform/clock.h"
 
 namespace corebeacon::tool {
@@ -34,6 +35,9 @@ ScriptPlayer::ScriptPlayer(EngineSession& session, RunObservers& observers,
 bool ScriptPlayer::Play(const std::vector<Statement>& statements) {
     Begin();
     for (const Statement& statement : statements) {
+        if (Interruption() != 0) {
+            break;
+        }
         Carry(statement);
     }
     return Finish();
@@ -114,13 +118,33 @@ void ScriptPlayer::CarryOut(const Statement& statement, TimePoint now) {
 }
 
 void ScriptPlayer::PassTime(TimePoint until) {
-    for (TellSoFar(); SteadyNow() < until; TellSoFar()) {
-        TimePoint next = until;
-        for (const Held& held : mInForce) {
-            next = held.IsTimed() ? std::min(next, held.endsUntil) : next;
+    for (TellSoFar(); SteadyNow() < until && Interruption() == 0; TellSoFar()) {
+        TimePoint next = std::min(until, NextEnd().value_or(until));
+        if (IsInterruptible()) {
+            next = std::min(next, SteadyNow() + kInterruptionDelay);
         }
         mSession.Record().WaitForWrite(next);
     }
+}
+
+std::optional<TimePoint> ScriptPlayer::NextEnd() const {
+    std::optional<TimePoint> next;
+    for (const Held& held : mInForce) {
+        if (held.IsTimed()) {
+            next = std::min(next.value_or(held.endsUntil), held.endsUntil);
+        }
+    }
+    return next;
+}
+
+std::vector<std::string> ScriptPlayer::NamesInForce() const {
+    std::vector<std::string> names;
+    for (const auto& [name, named] : mNamed) {
+        if (std::ranges::find(mInForce, named.handle, &Held::handle) != mInForce.end()) {
+            names.push_back(name);
+        }
+    }
+    return names;
 }
 
 void ScriptPlayer::AwaitEnds() {

@@ -26,7 +26,8 @@ public:
                  std::string scriptName);
 
     /// Plays all statements and ends when the last timed request has. Whether the engine accepted
-    /// them all; a refusal is told on `diagnostics` and does not end the play.
+    /// them all; a refusal is told on `diagnostics` and does not end the play. An interruption does
+    /// (interruption.h): then nothing more is awaited.
     bool Play(const std::vector<Statement>& statements);
 
     // The same in pieces, for a script that is still being written: Begin, any number of Carry and
@@ -35,6 +36,10 @@ public:
     void Carry(const Statement& statement);
     /// Tells what happens by itself until then.
     void PassTime(TimePoint until);
+    /// When the next of the timed requests ends.
+    std::optional<TimePoint> NextEnd() const;
+    /// Of what can be released.
+    std::vector<std::string> NamesInForce() const;
     /// Awaits the end of the last timed request. As Play.
     bool Finish();
 

@@ -3,9 +3,13 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "board/board.h"
 #include "board/board_writer.h"
 #include "engine_session.h"
+#include "json_document.h"
+#include "qos_json.h"
 #include "run_command.h"
 #include "sim/eas_example.h"
 #include "text_table.h"
@@ -13,25 +17,6 @@
 namespace corebeacon::tool {
 
 namespace {
-
-std::string KindOf(const PerfQosConfig& config, const PerfGroupConfig& row) {
-    if (dynamic_cast<const PerfQosTargetRatioConfig*>(&config) != nullptr) {
-        return "memory latency";
-    }
-    if (dynamic_cast<const IpaPowerParameters*>(&config) != nullptr) {
-        return "power budget";
-    }
-    if (dynamic_cast<const EasParameters*>(&config) != nullptr) {
-        return "task groups";
-    }
-    if (dynamic_cast<const DdrParameters*>(&config) != nullptr) {
-        return "memory bandwidth";
-    }
-    if (dynamic_cast<const FreqParameters*>(&config) != nullptr) {
-        return "frequency";
-    }
-    return row.level2ValueMap.empty() ? "value" : "levels";
-}
 
 std::string Range(int min, int max) {
     return std::to_string(min) + ".." + std::to_string(max);
@@ -69,6 +54,21 @@ std::unique_ptr<EngineSession> StartOn(unsigned chip, std::ostream& diagnostics)
     return session;
 }
 
+/// What is not told is null.
+template <typename Value>
+Json OrNull(const std::optional<Value>& value) {
+    return value ? Json(*value) : Json();
+}
+
+Json MachineJson(const board::Machine& machine) {
+    Json facts;
+    facts["chip"] = OrNull(machine.chip);
+    facts["cpu_boost"] = OrNull(machine.cpuBoost);
+    facts["board_ipa"] = OrNull(machine.boardIpa);
+    facts["absent"] = machine.absent;
+    return facts;
+}
+
 }  // namespace
 
 int PrintQosTable(unsigned chip, std::ostream& out, std::ostream& diagnostics) {
@@ -93,6 +93,19 @@ int PrintQosTable(unsigned chip, std::ostream& out, std::ostream& diagnostics) {
     return kExitDone;
 }
 
+int PrintJsonTable(unsigned chip, std::ostream& out, std::ostream& diagnostics) {
+    const std::unique_ptr<EngineSession> session = StartOn(chip, diagnostics);
+    if (session == nullptr) {
+        return kExitFailed;
+    }
+    Json document = JsonDocument("table");
+    document["chip"] = chip;
+    document["qos"] = TableJson(session->Table());
+    document["unsupported"] = UnsupportedJson(session->Unsupported());
+    PrintJson(document, out);
+    return kExitDone;
+}
+
 int PrintBoard(unsigned chip, std::ostream& out, std::ostream& diagnostics) {
     // The session's device answers what the tables ask the nodes.
     const std::unique_ptr<EngineSession> session = StartOn(chip, diagnostics);
@@ -104,6 +117,14 @@ int PrintBoard(unsigned chip, std::ostream& out, std::ostream& diagnostics) {
     board.probe = session->Probe();
     out << board::BoardText(board);
     return kExitDone;
+}
+
+void PrintBoardFacts(board::Board& board, std::ostream& out) {
+    Json document = JsonDocument("board init");
+    document["name"] = board.name;
+    document["machine"] = MachineJson(board.machine);
+    document["qos"] = TableJson(board.QosMap());
+    PrintJson(document, out);
 }
 
 }  // namespace corebeacon::tool

@@ -154,6 +154,11 @@ std::span<const VerbRow> VerbTable() {
     return kVerbs;
 }
 
+std::string_view NameOf(Verb verb) {
+    const auto* const row = std::ranges::find(kVerbs, verb, &VerbRow::verb);
+    return row != std::end(kVerbs) ? row->name : std::string_view();
+}
+
 const VerbRow* FindVerb(std::string_view name) {
     const auto* const row = std::ranges::find(kVerbs, name, &VerbRow::name);
     return row != std::end(kVerbs) ? row : nullptr;

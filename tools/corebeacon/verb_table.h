@@ -44,6 +44,9 @@ struct VerbRow {
 
 std::span<const VerbRow> VerbTable();
 
+/// As scripts write it; "" for a note.
+std::string_view NameOf(Verb verb);
+
 /// Null when no verb has this name.
 const VerbRow* FindVerb(std::string_view name);
 

@@ -212,20 +212,20 @@ TEST_F(BoardFile, CannotBeReadWhenItIsMissingOrAFolder) {
 TEST_F(BoardFile, IsCheckedWithAndWithoutADevice) {
     Write(InBoard(kCpuL));
     std::ostringstream out;
-    EXPECT_EQ(CheckBoardFile(mPath, std::nullopt, out, mDiagnostics), kExitDone);
+    EXPECT_EQ(CheckBoardFile(mPath, std::nullopt, false, out, mDiagnostics), kExitDone);
     EXPECT_EQ(out.str(), mPath + ": 1 QoS, 0 scenarios, 0 events; nothing found\n");
     out.str("");
-    EXPECT_EQ(CheckBoardFile(mPath, DeviceKind::SIM, out, mDiagnostics), kExitDone);
+    EXPECT_EQ(CheckBoardFile(mPath, DeviceKind::SIM, false, out, mDiagnostics), kExitDone);
 
     Write(
         "<board version='1'><machine chip='9'/>\n<qos id='90'><row min='2' max='1'>\n"
         "<node>/nix/da</node></row></qos></board>");
     out.str("");
-    EXPECT_EQ(CheckBoardFile(mPath, DeviceKind::SIM, out, mDiagnostics), kExitFailed);
+    EXPECT_EQ(CheckBoardFile(mPath, DeviceKind::SIM, false, out, mDiagnostics), kExitFailed);
     EXPECT_EQ(out.str(), mPath + ":2:14: 'min' and 'max': 2 is above 1\n" + mPath +
                              ":3:1: there is no /nix/da\n");
     out.str("");
-    EXPECT_EQ(CheckBoardFile(mPath, DeviceKind::KERNEL, out, mDiagnostics), kExitFailed);
+    EXPECT_EQ(CheckBoardFile(mPath, DeviceKind::KERNEL, false, out, mDiagnostics), kExitFailed);
     EXPECT_NE(out.str().find("there is no /nix/da"), std::string::npos);
     EXPECT_EQ(mDiagnostics.str(), "");
 }
@@ -233,8 +233,8 @@ TEST_F(BoardFile, IsCheckedWithAndWithoutADevice) {
 TEST_F(BoardFile, ThatIsNoBoardIsBadInputToTheCheck) {
     Write("<board/>");
     std::ostringstream out;
-    EXPECT_EQ(CheckBoardFile(mPath, std::nullopt, out, mDiagnostics), kExitBadInput);
-    EXPECT_EQ(CheckBoardFile(mPath + "x", std::nullopt, out, mDiagnostics), kExitBadInput);
+    EXPECT_EQ(CheckBoardFile(mPath, std::nullopt, false, out, mDiagnostics), kExitBadInput);
+    EXPECT_EQ(CheckBoardFile(mPath + "x", std::nullopt, false, out, mDiagnostics), kExitBadInput);
     EXPECT_EQ(out.str(), "");
     EXPECT_EQ(mDiagnostics.str(), mPath + ":1:1: <board> needs the attribute 'version'\n" +
                                       "corebeacon: cannot read " + mPath +

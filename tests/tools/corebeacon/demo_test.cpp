@@ -20,7 +20,7 @@ protected:
         const DrivenClock clock;
         std::ostringstream out;
         std::ostringstream diagnostics;
-        sOutcome.exitCode = PlayDemo(out, diagnostics);
+        sOutcome.exitCode = PlayDemo({}, out, diagnostics);
         sOutcome.out = out.str();
         sOutcome.diagnostics = diagnostics.str();
     }

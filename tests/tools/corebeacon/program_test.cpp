@@ -178,6 +178,24 @@ TEST_F(Program, ExitsWithTwoOnAScriptThatCannotBeRead) {
     EXPECT_EQ(folder.diagnostics, "corebeacon: cannot read " + mFolder + ": Is a directory\n");
 }
 
+TEST_F(Program, PrintsOneDocumentOnRequest) {
+    for (const char* arguments : {"table", "board init", "do version"}) {
+        const Outcome outcome = Run(std::string(arguments) + " --json");
+        EXPECT_EQ(outcome.exitCode, 0) << arguments;
+        EXPECT_EQ(outcome.diagnostics, "") << arguments;
+        EXPECT_TRUE(outcome.out.starts_with("{\n  \"schema_version\": 1,\n")) << arguments;
+        EXPECT_TRUE(outcome.out.ends_with("\n}\n")) << arguments;
+    }
+    EXPECT_EQ(Run("table --xml --json").exitCode, 2);
+}
+
+TEST_F(Program, SaysNothingToAPipeThatNobodyReads) {
+    const std::string command = "(trap '' PIPE; " + std::string(COREBEACON_PROGRAM) + " table 2>" +
+                                File("err") + ") | true";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+    EXPECT_EQ(ReadAll(File("err")), "");
+}
+
 TEST_F(Program, PrintsATable) {
     const Outcome outcome = Run("table --chip 2");
     EXPECT_EQ(outcome.exitCode, 0);

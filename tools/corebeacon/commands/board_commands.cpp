@@ -18,11 +18,13 @@ namespace {
 struct TableArguments {
     unsigned chip = 0;
     bool isXml = false;
+    bool isJson = false;
 };
 
 struct CheckArguments {
     std::string file;
     std::string device;  ///< empty where the nodes are of no interest
+    bool isJson = false;
 };
 
 }  // namespace
@@ -31,11 +33,15 @@ void AddTableCommand(CommandSet& commands) {
     CLI::App* const table = commands.App().add_subcommand("table", "print the QoS table of a chip");
     auto& arguments = commands.Keep<TableArguments>();
     AddChip(*table, arguments.chip, "0 unless given");
-    table->add_flag("--xml", arguments.isXml,
-                    "as the description of a board, to start one's own from");
+    CLI::Option* const xml = table->add_flag(
+        "--xml", arguments.isXml, "as the description of a board, to start one's own from");
+    AddJson(*table, arguments.isJson)->excludes(xml);
+    table->footer(Example("table --chip 1"));
     commands.Add(*table, [&arguments] {
-        return arguments.isXml ? PrintBoard(arguments.chip, std::cout, std::cerr)
-                               : PrintQosTable(arguments.chip, std::cout, std::cerr);
+        const auto print = arguments.isXml    ? PrintBoard
+                           : arguments.isJson ? PrintJsonTable
+                                              : PrintQosTable;
+        return print(arguments.chip, std::cout, std::cerr);
     });
 }
 
@@ -49,11 +55,13 @@ void AddCheckCommand(CommandSet& commands) {
                      "look for the nodes too: sim, on the chip's simulated device, or kernel")
         ->check(CLI::IsMember({"sim", "kernel"}).description(""))
         ->type_name("DEVICE");
+    AddJson(*check, arguments.isJson);
+    check->footer(Example("check board.xml --device kernel"));
     commands.Add(*check, [&arguments] {
         return CheckBoardFile(
             arguments.file,
             arguments.device.empty() ? std::nullopt : std::optional(DeviceOf(arguments.device)),
-            std::cout, std::cerr);
+            arguments.isJson, std::cout, std::cerr);
     });
 }
 
@@ -61,10 +69,19 @@ void AddBoardCommand(CommandSet& commands) {
     CLI::App* const board =
         commands.App().add_subcommand("board", "make the description of a board");
     board->require_subcommand(1);
-    const CLI::App* const init = board->add_subcommand(
+    CLI::App* const init = board->add_subcommand(
         "init", "print one of this machine, from its cpufreq, devfreq and thermal nodes");
-    commands.Add(*init, [] {
-        std::cout << board::BoardText(board::ScanMachine("/"));
+    auto& isJson = commands.Keep<bool>();
+    AddJson(*init, isJson);
+    init->footer(Example("board init >board.xml"));
+    board->footer(Example("board init >board.xml"));
+    commands.Add(*init, [&isJson] {
+        board::Board scanned = board::ScanMachine("/");
+        if (isJson) {
+            PrintBoardFacts(scanned, std::cout);
+        } else {
+            std::cout << board::BoardText(scanned);
+        }
         return kExitDone;
     });
 }

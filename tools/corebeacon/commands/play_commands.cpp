@@ -1,5 +1,7 @@
 // The commands that play a script: `run`, `do` with its own command line, `demo` with its own
 // story.
+#include <unistd.h>
+
 #include <iostream>
 #include <string>
 #include <vector>
@@ -16,6 +18,7 @@ namespace {
 
 struct PlayArguments {
     SessionArguments session;
+    bool isJson = false;
     std::string script;
     std::vector<std::string> statements;
 };
@@ -35,9 +38,13 @@ std::string ScriptHelp() {
 
 /// `play` gets the options as far as they are good.
 template <typename Play>
-int Played(const PlayArguments& arguments, Play play) {
+int Played(const CLI::App& command, const PlayArguments& arguments, Play play) {
     const std::optional<SessionOptions> session = arguments.session.Options(std::cerr);
-    return session ? play(RunOptions{.session = *session}) : kExitBadInput;
+    return session ? play(RunOptions{.session = *session,
+                                     .command = command.get_name(),
+                                     .isJson = arguments.isJson,
+                                     .palette = PaletteFor(STDOUT_FILENO)})
+                   : kExitBadInput;
 }
 
 void AddRun(CommandSet& commands) {
@@ -45,9 +52,10 @@ void AddRun(CommandSet& commands) {
     auto& arguments = commands.Keep<PlayArguments>();
     run->add_option("SCRIPT", arguments.script, "file, or - for standard input")->required();
     arguments.session.AddTo(*run);
-    run->footer(ScriptHelp());
-    commands.Add(*run, [&arguments] {
-        return Played(arguments, [&arguments](const RunOptions& options) {
+    AddJson(*run, arguments.isJson);
+    run->footer(ScriptHelp() + Example("run story.qos --chip 1"));
+    commands.Add(*run, [run, &arguments] {
+        return Played(*run, arguments, [&arguments](const RunOptions& options) {
             return RunScript(arguments.script, options, std::cin, std::cout, std::cerr);
         });
     });
@@ -60,10 +68,24 @@ void AddDo(CommandSet& commands) {
     act->add_option("STATEMENT", arguments.statements, "each in quotes, as a line of a script")
         ->required();
     arguments.session.AddTo(*act);
-    act->footer(ScriptHelp());
-    commands.Add(*act, [&arguments] {
-        return Played(arguments, [&arguments](const RunOptions& options) {
+    AddJson(*act, arguments.isJson);
+    act->footer(ScriptHelp() + Example("do 'request pid=1001 for=500ms CPU_B.boost=2000000' 'wait 1s'"));
+    commands.Add(*act, [act, &arguments] {
+        return Played(*act, arguments, [&arguments](const RunOptions& options) {
             return RunStatements(arguments.statements, options, std::cout, std::cerr);
+        });
+    });
+}
+
+void AddDemo(CommandSet& commands) {
+    CLI::App* const demo =
+        commands.App().add_subcommand("demo", "play a short story on the simulated device");
+    auto& arguments = commands.Keep<PlayArguments>();
+    AddJson(*demo, arguments.isJson);
+    demo->footer(Example("demo"));
+    commands.Add(*demo, [demo, &arguments] {
+        return Played(*demo, arguments, [](const RunOptions& options) {
+            return PlayDemo(options, std::cout, std::cerr);
         });
     });
 }
@@ -71,9 +93,7 @@ void AddDo(CommandSet& commands) {
 }  // namespace
 
 void AddPlayCommands(CommandSet& commands) {
-    const CLI::App* const demo =
-        commands.App().add_subcommand("demo", "play a short story on the simulated device");
-    commands.Add(*demo, [] { return PlayDemo(std::cout, std::cerr); });
+    AddDemo(commands);
     AddRun(commands);
     AddDo(commands);
 }

@@ -29,6 +29,14 @@ std::optional<SessionOptions> SessionArguments::Options(std::ostream& diagnostic
     return options;
 }
 
+CLI::Option* AddJson(CLI::App& command, bool& isJson) {
+    return command.add_flag("--json", isJson, "print one JSON document instead");
+}
+
+std::string Example(const std::string& words) {
+    return "Example:\n  corebeacon " + words + "\n";
+}
+
 DeviceKind DeviceOf(const std::string& word) {
     return word == "kernel" ? DeviceKind::KERNEL : DeviceKind::SIM;
 }

@@ -31,6 +31,12 @@ void AddChip(CLI::App& command, Number& chip, const std::string& unlessGiven) {
         ->type_name("N");
 }
 
+/// For every command that prints something.
+CLI::Option* AddJson(CLI::App& command, bool& isJson);
+
+/// The end of a command's help: the words behind the program's name of a call that works.
+std::string Example(const std::string& words);
+
 /// Of "sim" and "kernel".
 DeviceKind DeviceOf(const std::string& word);
 

@@ -1,0 +1,36 @@
+/// Lets a command end in order when it is told to stop: by Ctrl-C or by SIGTERM. The flag is the
+/// process's; whoever waits looks at it now and then.
+#pragma once
+
+#include <chrono>
+#include <csignal>
+
+namespace corebeacon::tool {
+
+/// How long a wait may leave the flag unseen.
+inline constexpr std::chrono::milliseconds kInterruptionDelay{50};
+
+/// While one lives, the two signals set the flag instead of ending the process; calls that wait
+/// return with EINTR. A guard that is not `repeatedly` catches one of each kind: the next ends the
+/// process, should the first be of no avail.
+class InterruptionGuard {
+public:
+    enum class Catch { ONCE, REPEATEDLY };
+
+    explicit InterruptionGuard(Catch how);
+    ~InterruptionGuard();
+    InterruptionGuard(const InterruptionGuard&) = delete;
+    InterruptionGuard& operator=(const InterruptionGuard&) = delete;
+
+private:
+    struct sigaction mFormerInterrupt {};
+    struct sigaction mFormerTerminate {};
+};
+
+/// Whether there is a guard, so that a wait has to look.
+bool IsInterruptible();
+/// The signal that came, 0 for none.
+int Interruption();
+void ClearInterruption();
+
+}  // namespace corebeacon::tool
