@@ -38,9 +38,9 @@ all_presets() {
 }
 
 inside() {
-    local programs
-    mapfile -t programs < <(find build/aarch64/tests -name 'corebeacon_*_tests' -executable)
-    tests/kernel/suites.sh build/aarch64/kernel-lab/newest "${programs[@]}"
+    local lab=build/aarch64/kernel-lab/newest
+    [ -d $lab/root ] || { mkdir -p $lab && tests/kernel/lab/fetch.sh $lab newest; } || return
+    tests/kernel/suites.sh $lab build/aarch64
 }
 
 # A row for each: name | promise | number, "last" being the last line that the command prints |
@@ -66,7 +66,7 @@ proofs=(
     "fuzz-node-text | any bytes in a node | last | scripts/fuzz.sh node_text 10000000"
     "fuzz-level-text | any bytes as a level's text | last | scripts/fuzz.sh level_text 10000000"
     "mutants | a mistake in the engine is noticed | last | scripts/mutants.py --count 300"
-    "inside | all tests inside an emulated machine | all | inside"
+    "inside | all tests inside an emulated machine | last | inside"
 )
 
 # names_known COMMAND   whether the tests ask for every size that the command sets

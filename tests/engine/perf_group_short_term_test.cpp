@@ -39,6 +39,7 @@ TEST_F(PerfGroupShortTerm, AReservedHandleIsRefused) {
                "[G] invalid handle: 18446744073709551615", "[G] invalid short term start command",
                "[G] invalid handle: 18446744073709551615", "[G] invalid short term stop command"}));
     EXPECT_EQ(mLog.Texts(6).size(), 6U);
+    EXPECT_EQ(mLog.Lines().back().tag, "PF_GROUP");
     EXPECT_TRUE(mGroup.writes.empty());
 }
 

@@ -160,6 +160,7 @@ TEST_F(PerfResourceDump, ADeliveredDumpIsGone) {
         EXPECT_EQ(out.str(), "");
     }
     EXPECT_EQ(mLog.Count(LOG_LEVEL_ERROR, "fail to get log for res Q"), 2U);
+    EXPECT_EQ(mLog.Lines().back().tag, "PF_RES");
 }
 
 TEST_F(PerfResourceDump, ADumpThatWasReadyBeforeTheStopIsStillDelivered) {

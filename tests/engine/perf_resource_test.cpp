@@ -20,6 +20,7 @@ TEST_F(PerfResourceTest, AConfigurationWithoutGroupsIsRefused) {
     RecordedResource resource({mConfig, PERF_WORK_MODE_0}, mKnobs);
     EXPECT_EQ(resource.InitResource(empty, false), -1);
     EXPECT_EQ(mLog.Texts(LOG_LEVEL_ERROR), Texts{"[Q] empty group for qos EMPTY"});
+    EXPECT_EQ(mLog.Lines().back().tag, "PF_RES");
 }
 
 TEST_F(PerfResourceTest, AGroupIdThatIsNotItsPositionIsRefused) {

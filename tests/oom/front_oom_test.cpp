@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <new>
@@ -16,6 +17,7 @@
 #include <vector>
 
 #include "command/command_manager.h"
+#include "corebeacon/log.h"
 #include "oom/oom_fixture.h"
 #include "support/thread_state.h"
 
@@ -240,6 +242,34 @@ TEST_F(FrontOomTest, StoppingAProbeNeedsNoMemory) {
                               c.front.StopProbe(kTid);
                               return 0;
                           });
+}
+
+/// Keeps the last line; has memory of its own.
+class LastLine : public LogSink {
+public:
+    LastLine() { SetLogSink(this); }
+    ~LastLine() override { SetLogSink(nullptr); }
+    LastLine(const LastLine&) = delete;
+    LastLine& operator=(const LastLine&) = delete;
+
+    void Write(int, const char* tag, const char* message) noexcept override {
+        const HeapExemption exemption;
+        mText = std::string(tag) + " " + std::strstr(message, "] ");
+    }
+    const std::string& Text() const { return mText; }
+
+private:
+    std::string mText;
+};
+
+TEST_F(FrontOomTest, TheLogTellsOfAnOperationThatFoundNoMemory) {
+    const LastLine log;
+    Caller caller(*mFront);
+    {
+        const FailingHeap heap(HeapUser::THIS_THREAD, Shortage::FOR_EVER, 1);
+        EXPECT_EQ(mFront->PerfRequest(kPid, 0, caller.request, caller.handle), -1);
+    }
+    EXPECT_EQ(log.Text(), "PF_CFG_MGR ] out of memory in PerfRequest");
 }
 
 TEST_F(FrontOomTest, AnEventThatCannotBeStoppedGoesOnAndTellsSo) {

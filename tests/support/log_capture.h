@@ -1,5 +1,8 @@
-/// Catches every log line of a scope. Owned by a test; the engine's threads may log while it lives.
+/// Catches every log line of a scope, and makes the test fail at a line whose tag nobody knows.
+/// Owned by a test; the engine's threads may log while it lives.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <cstring>
 #include <memory>
@@ -8,6 +11,7 @@
 #include <vector>
 
 #include "corebeacon/log.h"
+#include "support/log_tags.h"
 
 namespace corebeacon::test {
 
@@ -34,6 +38,7 @@ public:
     LogCapture& operator=(const LogCapture&) = delete;
 
     void Write(int level, const char* tag, const char* message) noexcept override {
+        EXPECT_TRUE(IsLogTag(tag)) << tag << " " << message;
         LogLine line{level, tag, "", message};
         const char* colon = std::strchr(message, ':');
         const char* close = std::strstr(message, "] ");

@@ -1,6 +1,7 @@
 #!/bin/bash
 # initramfs.sh DIR FILE...   writes DIR/initramfs: busybox, the drivers that this kernel has as
-# modules, and each FILE at the root. One of the files is init.
+# modules, and each FILE, or all that is in a folder that is named as FOLDER/., at the root. One of
+# the files is init.
 set -euo pipefail
 dir=$1
 shift
@@ -9,7 +10,7 @@ tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
 mkdir -p "$tree/bin" "$tree/modules"
 cp "$dir/root/busybox" "$tree/bin/"
-cp "$@" "$tree/"
+cp -r "$@" "$tree/"
 chmod 755 "$tree"/*
 
 # In load order. A kernel may have some of them built in, so a missing file is no error.
