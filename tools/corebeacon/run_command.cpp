@@ -12,6 +12,8 @@
 #include "json_printer.h"
 #include "script_parser.h"
 #include "script_player.h"
+#include "timeline_file.h"
+#include "timeline_recorder.h"
 
 namespace corebeacon::tool {
 
@@ -33,6 +35,20 @@ std::optional<std::string> ReadAll(std::istream& in) {
 std::optional<std::string> ReadFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return file.is_open() ? ReadAll(file) : std::nullopt;
+}
+
+void TellUnwritable(const std::string& path, std::ostream& diagnostics) {
+    diagnostics << "corebeacon: cannot write " << path << ": " << std::strerror(errno) << "\n";
+}
+
+/// Without a file there is nothing to keep.
+bool KeepTimeline(const Timeline& timeline, const std::string& path, std::ostream& diagnostics) {
+    errno = 0;
+    if (path.empty() || WriteTimelineFile(timeline, path)) {
+        return true;
+    }
+    TellUnwritable(path, diagnostics);
+    return false;
 }
 
 }  // namespace
@@ -69,6 +85,10 @@ int PlayScript(std::string_view script, const std::string& name, const RunOption
     if (!parsed.errors.empty()) {
         return kExitBadInput;
     }
+    if (!options.timeline.empty() && !CreateTimelineFile(options.timeline)) {
+        TellUnwritable(options.timeline, diagnostics);
+        return kExitBadInput;
+    }
     const std::unique_ptr<EngineSession> session = EngineSession::Start(options.session);
     if (session == nullptr) {
         diagnostics << "corebeacon: the engine does not start; its log above tells why\n";
@@ -82,13 +102,19 @@ int PlayScript(std::string_view script, const std::string& name, const RunOption
     } else {
         observers.Add(printer);
     }
+    TimelineRecorder recorder(name);
+    if (!options.timeline.empty()) {
+        observers.Add(recorder);
+    }
     const InterruptionGuard guard(InterruptionGuard::Catch::ONCE);
     ScriptPlayer player(*session, observers, diagnostics, name);
     const bool isAllAccepted = player.Play(parsed.statements);
     if (Interruption() != 0) {
         diagnostics << "corebeacon: interrupted\n";
     }
-    const int exitCode = isAllAccepted && Interruption() == 0 ? kExitDone : kExitFailed;
+    const bool isAllKept = KeepTimeline(recorder.Result(), options.timeline, diagnostics);
+    const bool isDone = isAllAccepted && isAllKept && Interruption() == 0;
+    const int exitCode = isDone ? kExitDone : kExitFailed;
     if (options.isJson) {
         json.Print(exitCode, out);
     }

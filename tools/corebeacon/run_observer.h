@@ -28,7 +28,7 @@ struct HeldRequest {
     /// What it asks for; of an event only the first step of each sequence; nothing of a mode.
     std::vector<PerfRequestInfo> request;
     unsigned number = 0;  ///< of a scenario, a work mode or an event
-    TimePoint begin;      ///< when the engine accepted it
+    TimePoint begin;      ///< when the engine was asked for it
     // When a timed request ends, between these two; the epoch for one without end.
     TimePoint endsFrom;
     TimePoint endsUntil;

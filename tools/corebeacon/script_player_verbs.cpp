@@ -59,6 +59,7 @@ ScriptPlayer::Held ScriptPlayer::LabelOf(const Statement& statement) const {
         std::ranges::find(kNouns, statement.verb, &std::pair<Verb, const char*>::first);
     Held held;
     held.verb = statement.verb;
+    held.begin = SteadyNow();
     held.pid = statement.pid;
     held.number = statement.number;
     if (!statement.name.empty()) {
@@ -78,7 +79,6 @@ void ScriptPlayer::Hold(Held held, const std::string& name) {
         mNamed[name] = held;
     }
     if (held.handle != kNoHandle) {
-        held.begin = SteadyNow();
         mObservers.Tell(&RunObserver::Accepted, held);
         mLastHandle = std::max(mLastHandle, held.handle);
         mInForce.push_back(std::move(held));
@@ -104,7 +104,6 @@ void ScriptPlayer::Request(const Statement& statement) {
     }
     Held held = LabelOf(statement);
     held.request = statement.request;
-    const TimePoint before = SteadyNow();
     const int result = mSession.Engine().PerfRequest(statement.pid, Millis(statement.time),
                                                      statement.request, held.handle);
     if (result != 0) {
@@ -112,7 +111,7 @@ void ScriptPlayer::Request(const Statement& statement) {
         return;
     }
     if (statement.time != milliseconds(0)) {
-        held.endsFrom = before + statement.time;
+        held.endsFrom = held.begin + statement.time;
         held.endsUntil = SteadyNow() + statement.time;
     }
     Hold(std::move(held), statement.name);
@@ -181,7 +180,7 @@ void ScriptPlayer::StartEvent(const Statement& statement) {
     Held held = LabelOf(statement);
     held.event = statement.number;
     held.request = FirstSteps(*event);
-    held.endsFrom = SteadyNow() + length;
+    held.endsFrom = held.begin + length;
     if (mSession.Engine().PerfEvent(statement.number, params, statement.text) != 0) {
         Refuse(statement, std::string("event refused: ") + kSeeLog);
         return;
@@ -213,7 +212,7 @@ void ScriptPlayer::StartProbe(const Statement& statement, const std::vector<unsi
     Held held = LabelOf(statement);
     held.probedTid = static_cast<int>(statement.number);
     held.pid = held.probedTid;
-    held.endsFrom = SteadyNow() + length;
+    held.endsFrom = held.begin + length;
     if (mSession.Engine().PerfEvent(kProbeEventId, params, statement.text) != 0) {
         Refuse(statement, std::string("probe refused: ") + kSeeLog);
         return;

@@ -10,6 +10,7 @@
 #include "commands/session_arguments.h"
 #include "run_command.h"
 #include "text_table.h"
+#include "timeline_file.h"
 #include "verb_table.h"
 
 namespace corebeacon::tool {
@@ -21,7 +22,21 @@ struct PlayArguments {
     bool isJson = false;
     std::string script;
     std::vector<std::string> statements;
+    std::string timeline;
 };
+
+void AddTimeline(CLI::App& command, std::string& file) {
+    command
+        .add_option("--timeline", file,
+                    "write the run over time there: a page if the name ends in .html, "
+                    "a trace for trace viewers if in .json")
+        ->check(CLI::Validator(
+            [](const std::string& name) {
+                return TimelineFormOf(name) ? "" : "the name ends neither in .json nor in .html";
+            },
+            ""))
+        ->type_name("FILE");
+}
 
 std::string ScriptHelp() {
     TextTable verbs;
@@ -43,7 +58,8 @@ int Played(const CLI::App& command, const PlayArguments& arguments, Play play) {
     return session ? play(RunOptions{.session = *session,
                                      .command = command.get_name(),
                                      .isJson = arguments.isJson,
-                                     .palette = PaletteFor(STDOUT_FILENO)})
+                                     .palette = PaletteFor(STDOUT_FILENO),
+                                     .timeline = arguments.timeline})
                    : kExitBadInput;
 }
 
@@ -53,6 +69,7 @@ void AddRun(CommandSet& commands) {
     run->add_option("SCRIPT", arguments.script, "file, or - for standard input")->required();
     arguments.session.AddTo(*run);
     AddJson(*run, arguments.isJson);
+    AddTimeline(*run, arguments.timeline);
     run->footer(ScriptHelp() + Example("run story.qos --chip 1"));
     commands.Add(*run, [run, &arguments] {
         return Played(*run, arguments, [&arguments](const RunOptions& options) {
@@ -69,6 +86,7 @@ void AddDo(CommandSet& commands) {
         ->required();
     arguments.session.AddTo(*act);
     AddJson(*act, arguments.isJson);
+    AddTimeline(*act, arguments.timeline);
     act->footer(ScriptHelp() + Example("do 'request pid=1001 for=500ms CPU_B.boost=2000000' 'wait 1s'"));
     commands.Add(*act, [act, &arguments] {
         return Played(*act, arguments, [&arguments](const RunOptions& options) {
@@ -82,6 +100,7 @@ void AddDemo(CommandSet& commands) {
         commands.App().add_subcommand("demo", "play a short story on the simulated device");
     auto& arguments = commands.Keep<PlayArguments>();
     AddJson(*demo, arguments.isJson);
+    AddTimeline(*demo, arguments.timeline);
     demo->footer(Example("demo"));
     commands.Add(*demo, [demo, &arguments] {
         return Played(*demo, arguments, [](const RunOptions& options) {
