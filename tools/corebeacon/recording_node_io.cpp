@@ -62,7 +62,9 @@ std::string NodeText(const std::string& bytes) {
     while (!text.empty() && (text.back() == '\n' || text.back() == '\0')) {
         text.pop_back();
     }
-    if (bytes.size() == sizeof(std::int32_t) && !IsPrintable(text)) {
+    // A text ends in one zero byte at most; a small number, of which two are letters, in more.
+    const bool hasZeros = bytes.size() - text.size() > 1 && bytes.back() == '\0';
+    if (bytes.size() == sizeof(std::int32_t) && (hasZeros || !IsPrintable(text))) {
         return Word32(bytes.data());
     }
     std::replace(text.begin(), text.end(), '\n', ' ');

@@ -175,7 +175,7 @@ void TimelineRecorder::Written(const NodeWrite& write, bool isRepetition) {
     candidate.isUsed = true;
     const std::size_t node = place != mPlaces.end() ? place->second.node : 0;
     candidate.track.nodes[node].writes.push_back({Micros(write.time), write.value, write.failure});
-    if (place != mPlaces.end() && write.time > mSampled[place->second.group.first]) {
+    if (place != mPlaces.end() && write.time >= mSampled[place->second.group.first]) {
         Sample(place->second.group.first, write.time);
     }
 }
@@ -260,7 +260,7 @@ void TimelineRecorder::MarkDirty(const Asking& asking, TimePoint time) {
 
 void TimelineRecorder::SampleDirty() {
     for (const auto& [qosId, since] : std::exchange(mDirty, {})) {
-        if (since > mSampled[qosId]) {
+        if (since >= mSampled[qosId]) {
             Sample(qosId, since);
         }
     }

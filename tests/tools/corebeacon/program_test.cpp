@@ -25,7 +25,7 @@ protected:
         mFolder = ::mkdtemp(pattern.data());
     }
     ~Program() override {
-        for (const char* name : {"out", "err", "script"}) {
+        for (const char* name : {"out", "err", "script", "run.html", "run.json"}) {
             std::remove(File(name).c_str());
         }
         std::remove(mFolder.c_str());
@@ -214,6 +214,28 @@ TEST_F(Program, FailsWhenItsOutputGoesNowhere) {
         (std::string(COREBEACON_PROGRAM) + " table >/dev/full 2>" + File("err")).c_str());
     EXPECT_EQ(WEXITSTATUS(status), 1);
     EXPECT_NE(ReadAll(File("err")).find("standard output cannot be written"), std::string::npos);
+}
+
+TEST_F(Program, ShowsARunOverTimeInTheFormThatTheNameAsksFor) {
+    EXPECT_EQ(Run("do 'request pid=1 CPU_B.boost=1952000' --timeline " + File("run.html")).exitCode,
+              kExitDone);
+    EXPECT_TRUE(ReadAll(File("run.html")).starts_with("<!DOCTYPE html>"));
+    WriteScript("request pid=1 CPU_B.boost=1952000\n");
+    EXPECT_EQ(Run("run " + File("script") + " --timeline " + File("run.json")).exitCode, kExitDone);
+    EXPECT_NE(ReadAll(File("run.json")).find("\"traceEvents\""), std::string::npos);
+}
+
+TEST_F(Program, RefusesATimelineThatItCannotWriteBeforeItDoesAnything) {
+    const Outcome unknown = Run("do 'version' --timeline run.svg");
+    EXPECT_EQ(unknown.exitCode, kExitBadInput);
+    EXPECT_NE(unknown.diagnostics.find("the name ends neither in .json nor in .html"),
+              std::string::npos)
+        << unknown.diagnostics;
+    const Outcome unwritable = Run("do 'version' --timeline " + File("absent/run.html"));
+    EXPECT_EQ(unwritable.exitCode, kExitBadInput);
+    EXPECT_EQ(unwritable.out, "");
+    EXPECT_EQ(unwritable.diagnostics, "corebeacon: cannot write " + File("absent/run.html") +
+                                          ": No such file or directory\n");
 }
 
 }  // namespace

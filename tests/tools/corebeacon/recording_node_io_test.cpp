@@ -119,6 +119,8 @@ TEST(NodeText, IsWhatAPersonReads) {
     const std::int32_t number = 17913;
     EXPECT_EQ(NodeText(std::string(reinterpret_cast<const char*>(&number), 4)), "17913");
     EXPECT_EQ(NodeText("\x01\xfe\x03"), "0x01fe03");
+    EXPECT_EQ(NodeText(std::string("120\0", 4)), "120");
+    EXPECT_EQ(NodeText(std::string("P:\0\0", 4)), "14928");  // letters by accident
 }
 
 }  // namespace
