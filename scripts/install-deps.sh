@@ -10,7 +10,8 @@ packages() {
     test)
         echo libgtest-dev pkg-config clang libclang-rt-dev llvm clang-format clang-tidy \
             g++-aarch64-linux-gnu qemu-user-static libpugixml-dev:arm64 libxml2-utils python3 \
-            abigail-tools mandoc
+            abigail-tools mandoc \
+            chromium chromium-driver fonts-dejavu-core
         ;;
     kernel) echo qemu-system-arm device-tree-compiler cpio xz-utils ;;
     package) echo build-essential debhelper lintian debootstrap ;;

@@ -41,33 +41,6 @@ std::string DeviceText(const EngineSession& session) {
            std::to_string(session.Chip());
 }
 
-struct GroupRange {
-    unsigned group = 0;
-    int floor = 0;
-    int ceiling = 0;
-};
-
-std::vector<GroupRange> RangesOf(EngineSession& session, PerfQosId qosId) {
-    std::vector<GroupRange> ranges;
-    const auto resource = session.Engine().Resources().GetResourcePtr(qosId);
-    if (resource == nullptr)
-        return ranges;
-    auto item = std::make_shared<PerfCommandItem>();
-    item->qosId = qosId;
-    resource->SendCommandToFifoQ({PERF_COMMAND_GET_LOG, item});
-    std::ostringstream dump;
-    resource->WaitLogFinish(false, dump);
-    const std::string text = dump.str();
-    unsigned group = 0;
-    for (std::size_t at = text.find("final: "); at != std::string::npos;
-         at = text.find("final: ", at + 1)) {
-        GroupRange range{group++, 0, 0};
-        std::sscanf(text.c_str() + at, "final: %d~%d", &range.floor, &range.ceiling);
-        ranges.push_back(range);
-    }
-    return ranges;
-}
-
 }  // namespace
 
 TimelineRecorder::TimelineRecorder(std::string title) {
@@ -95,7 +68,6 @@ void TimelineRecorder::AddCandidates(PerfQosId qosId, const PerfQosConfig& confi
                  .group = row.groupId,
                  .name = row.name,
                  .unit = TimelineUnit(qosId, config, row),
-                 .isRange = HasNodePair(config, row),
                  .steps = {},
                  .nodes = {}};
         for (const std::string& path : row.sysNodePaths) {
@@ -269,16 +241,19 @@ void TimelineRecorder::SampleDirty() {
 /// The worker answers in its turn, so the answer covers all that it was told and wrote until now.
 void TimelineRecorder::Sample(PerfQosId qosId, TimePoint time) {
     mSampled[qosId] = SteadyNow();
-    for (const GroupRange& range : RangesOf(*mSession, qosId)) {
-        const auto candidate = mCandidates.find({qosId, range.group});
+    std::vector<GroupState> groups;
+    mSession->Engine().Inspect(qosId, groups);
+    for (const GroupState& group : groups) {
+        const auto candidate = mCandidates.find({qosId, group.groupId});
         if (candidate == mCandidates.end()) {
             continue;
         }
+        candidate->second.track.isRange = group.kind == GroupKind::FREQUENCY;
         std::vector<TimelineStep>& steps = candidate->second.track.steps;
-        if (steps.empty() || steps.back().floor != range.floor ||
-            steps.back().ceiling != range.ceiling) {
+        const auto& [floor, ceiling] = group.inForce;
+        if (steps.empty() || steps.back().floor != floor || steps.back().ceiling != ceiling) {
             const TimelineMicros last = steps.empty() ? 0 : steps.back().time;
-            steps.push_back({std::max(last, Micros(time)), range.floor, range.ceiling});
+            steps.push_back({std::max(last, Micros(time)), floor, ceiling});
         }
     }
 }

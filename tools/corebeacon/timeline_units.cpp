@@ -25,9 +25,4 @@ std::string TimelineUnit(PerfQosId qosId, const PerfQosConfig& config, const Per
     return row.availableMax >= kLeastHz ? "Hz" : "kHz";
 }
 
-bool HasNodePair(const PerfQosConfig& config, const PerfGroupConfig& row) {
-    return row.sysNodePaths.size() == 2 && row.level2ValueMap.empty() &&
-           dynamic_cast<const FreqParameters*>(&config) != nullptr;
-}
-
 }  // namespace corebeacon::tool

@@ -11,7 +11,4 @@ namespace corebeacon::tool {
 /// kHz, Hz, mW or m°C; "" where a value is a level or a plain number.
 std::string TimelineUnit(PerfQosId qosId, const PerfQosConfig& config, const PerfGroupConfig& row);
 
-/// Whether the floor goes to the first node and the ceiling to the second.
-bool HasNodePair(const PerfQosConfig& config, const PerfGroupConfig& row);
-
 }  // namespace corebeacon::tool

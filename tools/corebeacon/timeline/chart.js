@@ -81,9 +81,17 @@ class Chart {
   draw() {
     this.isFramePending = false;
     if (!this.layout || !this.width || !this.colours) return;
+    if (this.hover && !this.drag) this.markHovered();
     drawFrame(this.context, this.view(), this.layout.rows, this.colours,
               this.hover && !this.drag ? this.hover.x : NaN, this.marked);
     this.onView();
+  }
+
+  // Also when the view moved below a pointer at rest.
+  markHovered() {
+    const hit = this.hit();
+    this.marked = (hit && hit.request) || null;
+    this.elements.canvas.classList.toggle('over', this.marked !== null);
   }
 
   zoom(factor, x) {
@@ -151,9 +159,6 @@ class Chart {
       this.elements.scroll.scrollTop = this.drag.scroll + this.drag.y - at.y;
     } else {
       this.hover = at;
-      const hit = this.hit();
-      this.marked = hit && hit.request ? hit.request : null;
-      this.elements.canvas.classList.toggle('over', Boolean(hit && hit.request));
       this.changed();
     }
   }
