@@ -87,7 +87,8 @@ void AddDo(CommandSet& commands) {
     arguments.session.AddTo(*act);
     AddJson(*act, arguments.isJson);
     AddTimeline(*act, arguments.timeline);
-    act->footer(ScriptHelp() + Example("do 'request pid=1001 for=500ms CPU_B.boost=2000000' 'wait 1s'"));
+    act->footer(ScriptHelp() +
+                Example("do 'request pid=1001 for=500ms CPU_B.boost=2000000' 'wait 1s'"));
     commands.Add(*act, [act, &arguments] {
         return Played(*act, arguments, [&arguments](const RunOptions& options) {
             return RunStatements(arguments.statements, options, std::cout, std::cerr);
