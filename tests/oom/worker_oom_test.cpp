@@ -2,6 +2,7 @@
 // whole, and what ends does end.
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -62,13 +63,14 @@ TEST_F(WorkerOomTest, WhatRunsOutEndsWithoutMemory) {
 }
 
 TEST_F(WorkerOomTest, AProbedThreadIsUnboundWithoutMemory) {
+    // Held while it binds: a short span could be over before this thread has seen it begin.
+    const auto gate = std::make_shared<sim::Gate>();
+    mDevice->Inject(kProbeNode, sim::OperationKind::WRITE, sim::Fault::Hold(gate));
     ASSERT_EQ(mFront->StartProbe(kTid), 0);
-    const auto isBoundTo = [this](const std::string& text) {
-        return Eventually([&] { return mDevice->Snapshot().at(kProbeNode) == text; });
-    };
-    ASSERT_TRUE(isBoundTo("bind|4711"));
+    ASSERT_TRUE(gate->AwaitWaiting(1));
     const FailingHeap heap(HeapUser::OTHER_THREADS, Shortage::FOR_EVER, 1);
-    EXPECT_TRUE(isBoundTo("unbind|4711"));
+    gate->Open();
+    EXPECT_TRUE(Eventually([this] { return mDevice->Snapshot().at(kProbeNode) == "unbind|4711"; }));
 }
 
 TEST_F(WorkerOomTest, ADumpIsAnsweredWithoutMemory) {
