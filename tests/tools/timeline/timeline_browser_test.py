@@ -15,9 +15,9 @@ from webdriver import await_that
 SKIPPED = 77
 HOSTILE = '</script><script>document.title = "owned"</script><img src="https://example.org/x">'
 PAIRS = 350  # of a request and its release
-FRAMES = 60
+FRAMES = 40
 MOST_MILLIS = 33
-ATTEMPTS = 4  # at a figure that depends on who else uses the machine
+ATTEMPTS = 3  # at a figure that depends on who else uses the machine
 
 # Where to point at a request, in window coordinates.
 PLACE_OF_REQUEST = """
@@ -307,14 +307,17 @@ class TimelineInBrowser(unittest.TestCase):
         self.show(self.big)
         count = int(re.search(r"([\d,]+) writes", self.browser.text("#summary")).group(1).replace(",", ""))
         self.assertGreaterEqual(count, 10000)
-        medians = []
         for _ in range(ATTEMPTS):
+            before = self.browser.cpu_seconds()
             times = sorted(self.browser.run_async(MEASURE_FRAMES, FRAMES))
-            medians.append(times[len(times) // 2])
-            if medians[-1] < MOST_MILLIS:
+            median = times[len(times) // 2]
+            cpu = (self.browser.cpu_seconds() - before) / FRAMES * 1000
+            if median < MOST_MILLIS:
                 break
-        print("%d writes, median of %d frames: %.1f ms" % (count, FRAMES, medians[-1]))
-        self.assertLess(medians[-1], MOST_MILLIS, medians)
+        print("%d writes: median frame %.1f ms, processor time a frame %.1f ms" % (count, median, cpu))
+        # On a crowded machine a frame waits for its turn; then what counts is what it costs.
+        is_crowded = os.getloadavg()[0] > os.cpu_count() + 1
+        self.assertLess(min(median, cpu) if is_crowded else median, MOST_MILLIS)
 
     def test_the_page_may_not_reach_out(self):
         refused = self.browser.run_async(

@@ -84,6 +84,7 @@ class Browser:
         answer = self.call("POST", "/session", {
             "capabilities": {"alwaysMatch": {
                 "browserName": "chrome",
+                "timeouts": {"script": 120000},
                 "goog:chromeOptions": {"binary": self.chromium, "args": arguments},
                 "goog:loggingPrefs": {"browser": "ALL", "performance": "ALL"},
             }}
@@ -96,7 +97,7 @@ class Browser:
             self.base + path, data=data, method=method, headers={"Content-Type": "application/json"}
         )
         try:
-            with urllib.request.urlopen(request, timeout=60) as response:
+            with urllib.request.urlopen(request, timeout=150) as response:
                 return json.load(response)["value"]
         except urllib.error.HTTPError as error:
             raise AssertionError("%s %s: %s" % (method, path, error.read().decode())) from None
@@ -153,6 +154,25 @@ class Browser:
         self.devtools("Emulation.setEmulatedMedia",
                       features=[{"name": "prefers-color-scheme", "value": scheme}])
 
+    def cpu_seconds(self):
+        """What the driver and the browser, with all its processes, have used."""
+        parents, ticks = {}, {}
+        for name in filter(str.isdigit, os.listdir("/proc")):
+            try:
+                with open("/proc/%s/stat" % name, encoding="utf-8", errors="replace") as stat:
+                    fields = stat.read().rpartition(")")[2].split()
+            except OSError:
+                continue  # it is over
+            parents[int(name)] = int(fields[1])
+            ticks[int(name)] = int(fields[11]) + int(fields[12])
+
+        def is_ours(pid):
+            while pid in parents and pid != self.driver.pid:
+                pid = parents[pid]
+            return pid == self.driver.pid
+
+        return sum(ticks[pid] for pid in ticks if is_ours(pid)) / os.sysconf("SC_CLK_TCK")
+
     def logs(self, kind):
         return self.call("POST", "/se/log", {"type": kind})
 
@@ -161,7 +181,7 @@ class Browser:
             out.write(base64.b64decode(self.call("GET", "/screenshot")))
 
 
-def await_that(condition, what, seconds=10):
+def await_that(condition, what, seconds=30):
     """Until it holds: its value."""
     deadline = time.monotonic() + seconds
     while time.monotonic() < deadline:

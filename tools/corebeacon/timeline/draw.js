@@ -269,31 +269,29 @@ function markClusters(view, row) {
   return clusters;
 }
 
-// A wait is seen as time that passes; it needs no word beside other statements.
+// A wait is seen as time that passes: it has a small tick and no words.
 function clusterText(marks) {
   const acts = marks.filter((mark) => !mark.text.startsWith('wait '));
-  if (acts.length === 0) return marks[0].text;
+  if (acts.length === 0) return '';
   return (acts.length > 1 ? `(${acts.length}) ` : '') + acts[0].text;
 }
 
 function drawMarks(ctx, view, row, top, colours) {
   ctx.font = FONT;
   const clusters = markClusters(view, row);
-  clusters.forEach((cluster, index) => {
-    const next = index + 1 < clusters.length ? clusters[index + 1].x : view.right + 40;
-    const x = cluster.x;
-    if (next < view.left || x > view.right) return;
-    if (x >= view.left) {
-      ctx.fillStyle = colours.accent;
-      ctx.fillRect(x - 1, top + 2, 2, row.height - 4);
-    }
+  let next = view.right + 40;
+  for (const {x, marks} of clusters.reverse()) {
+    const words = clusterText(marks);
+    ctx.fillStyle = words ? colours.accent : colours.muted;
+    if (x >= view.left) ctx.fillRect(x - 1, top + (words ? 2 : row.height - 5), 2, words ? row.height - 4 : 5);
     const left = Math.max(view.left, x) + 5;
-    const text = fitted(ctx, clusterText(cluster.marks), Math.min(next, view.right) - left - 5);
+    const text = fitted(ctx, words, Math.min(next, view.right) - left - 5);
     if (text) {
       ctx.fillStyle = colours.text;
       ctx.fillText(text, left, top + row.height / 2 + 0.5);
     }
-  });
+    if (words) next = x;
+  }
 }
 
 function drawLimit(ctx, view, row, top, colours) {
@@ -323,7 +321,8 @@ function drawGutter(ctx, view, row, top, colours) {
   ctx.fillStyle = colours.text;
   ctx.font = row.kind === 'track' && row.track.isRange ? BOLD_FONT : FONT;
   const middle = top + row.height / 2 + 0.5;
-  const isRange = row.kind === 'track' && row.track.high > row.track.low;
+  // A narrow gutter has room for names alone, but a frequency needs its scale.
+  const isRange = row.kind === 'track' && row.track.high > row.track.low && (row.track.isRange || gutter > 150);
   const room = gutter - 14 - (isRange ? 48 : 0);
   let lines = wrapped(ctx, row.label, room, row.height >= 34 ? 2 : 1);
   if (row.height >= 34 && lines.some((line) => line.endsWith('…'))) {
