@@ -1,6 +1,7 @@
 // Any bytes as what a node holds, handed out in pieces and with failures in between. The list of
 // frequencies is compared with one that is read character by character.
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
@@ -11,12 +12,12 @@
 
 #include "config/freq_list.h"
 #include "config/qos_amendments.h"
+#include "corebeacon/node_io.h"
 #include "corebeacon/qos_config.h"
 #include "fuzz/byte_source.h"
 #include "fuzz/demand.h"
 #include "platform/node_reader.h"
 #include "support/scoped_node_io.h"
-#include "support/scripted_node_io.h"
 #include "support/silent_log.h"
 
 namespace corebeacon::fuzz {
@@ -26,12 +27,12 @@ namespace {
 const std::string kListPath = "/node/available_frequencies";
 const std::string kBoardPath = "/proc/device-tree/vexa,boardname";
 
-/// How the node behaves, besides what it holds.
+/// How a node behaves, besides what it holds.
 struct Behaviour {
-    std::size_t pieceSize = 1;
+    std::size_t pieceSize = 4096;
     bool opens = true;
-    int interruptions = 0;
-    int failingRead = 0;  ///< counted from 1; 0: none
+    int interruptions = 0;  ///< of the first open and of the first read
+    int failingRead = 0;    ///< counted from 1; 0: none
 };
 
 Behaviour MakeBehaviour(ByteSource& source) {
@@ -44,22 +45,81 @@ Behaviour MakeBehaviour(ByteSource& source) {
     return behaviour;
 }
 
-void SetUp(test::ScriptedNodeIo& nodes, const Behaviour& behaviour) {
-    if (!behaviour.opens) {
-        nodes.FailNextOpen(ENOENT);
-        return;
+/// The nodes that the readers look for and no others. It allocates nothing, since a run reads some
+/// hundred pieces. Put in force and owned by one check.
+class Nodes : public NodeIo {
+public:
+    explicit Nodes(std::string_view list, const Behaviour& behaviour = {})
+        : mNodes{{{kListPath, list, behaviour}, {}}} {}
+    Nodes(std::string_view list, std::string_view board, const Behaviour& ofBoard)
+        : mNodes{{{kListPath, list, {}}, {kBoardPath, board, ofBoard}}} {}
+
+    bool AreClosed() const { return !mNodes[0].isOpen && !mNodes[1].isOpen; }
+
+    int Open(const char* path, int) override {
+        for (Node& node : mNodes) {
+            if (node.path != path || node.isOpen || !node.behaviour.opens) {
+                continue;
+            }
+            if (node.opens++ < node.behaviour.interruptions) {
+                return Fail(EINTR);
+            }
+            node.isOpen = true;
+            node.unread = node.text;
+            return kFirstFd + static_cast<int>(&node - mNodes.data());
+        }
+        return Fail(ENOENT);
     }
-    for (int i = 0; i < behaviour.interruptions; ++i) {
-        nodes.FailNextOpen(EINTR);
-        nodes.FailNextRead(EINTR);
+
+    ssize_t Read(int fd, void* buffer, std::size_t size) override {
+        Node& node = At(fd);
+        const int read = ++node.reads - node.behaviour.interruptions;
+        if (read <= 0) {
+            return Fail(EINTR);
+        }
+        if (read == node.behaviour.failingRead) {
+            return Fail(EBUSY);
+        }
+        const std::size_t got =
+            node.unread.copy(static_cast<char*>(buffer), std::min(size, node.behaviour.pieceSize));
+        node.unread.remove_prefix(got);
+        return static_cast<ssize_t>(got);
     }
-    for (int i = 1; i < behaviour.failingRead; ++i) {
-        nodes.PassNextRead();
+
+    int Close(int fd) override {
+        At(fd).isOpen = false;
+        return 0;
     }
-    if (behaviour.failingRead > 0) {
-        nodes.FailNextRead(EBUSY);
+
+    ssize_t Write(int, const void*, std::size_t) override { Denounce("readers only read"); }
+    int Ioctl(int, unsigned long, void*) override { Denounce("readers only read"); }
+
+private:
+    static constexpr int kFirstFd = 100;
+
+    struct Node {
+        std::string_view path;
+        std::string_view text;
+        Behaviour behaviour;
+        std::string_view unread{};
+        bool isOpen = false;
+        int opens = 0;
+        int reads = 0;
+    };
+
+    static int Fail(int error) {
+        errno = error;
+        return -1;
     }
-}
+
+    Node& At(int fd) {
+        const auto at = static_cast<std::size_t>(fd - kFirstFd);
+        Demand(at < mNodes.size() && mNodes[at].isOpen, "only an open node is used");
+        return mNodes[at];
+    }
+
+    std::array<Node, 2> mNodes;
+};
 
 /// Whether the failing read comes after the node's end, and so never.
 bool IsReadToEnd(const Behaviour& behaviour, std::size_t size) {
@@ -85,13 +145,11 @@ std::vector<std::int64_t> NumbersOf(std::string_view text) {
 }
 
 void CheckReader(const Behaviour& behaviour, const std::string& text) {
-    test::ScriptedNodeIo nodes;
+    Nodes nodes(text, behaviour);
     const test::ScopedNodeIo inForce(nodes);
-    nodes.SetContent(kListPath, text, behaviour.pieceSize);
-    SetUp(nodes, behaviour);
     std::string out = "untouched";
     const NodeStatus status = ReadNode(kListPath, out);
-    Demand(nodes.OpenCount() == 0, "the node is closed again");
+    Demand(nodes.AreClosed(), "the node is closed again");
     if (!behaviour.opens) {
         Demand(status == NodeStatus::NOT_OPENED && errno == ENOENT, "a missing node is told");
     } else if (IsReadToEnd(behaviour, text.size())) {
@@ -104,10 +162,8 @@ void CheckReader(const Behaviour& behaviour, const std::string& text) {
 }
 
 void CheckFreqList(const Behaviour& behaviour, const std::string& text) {
-    test::ScriptedNodeIo nodes;
+    Nodes nodes(text, behaviour);
     const test::ScopedNodeIo inForce(nodes);
-    nodes.SetContent(kListPath, text, behaviour.pieceSize);
-    SetUp(nodes, behaviour);
     std::vector<std::int64_t> freqs = {-1};
     const FreqListStatus status = ReadFreqList(kListPath, freqs);
     const bool isRead = behaviour.opens && IsReadToEnd(behaviour, text.size());
@@ -136,9 +192,8 @@ PerfQosFreqConfig MakeQos(ByteSource& source) {
 
 /// The row ends up inside what it was and what the node lists.
 void CheckNarrowing(PerfQosFreqConfig qos, const std::string& text) {
-    test::ScriptedNodeIo nodes;
+    Nodes nodes(text);
     const test::ScopedNodeIo inForce(nodes);
-    nodes.SetContent(kListPath, text);
     const PerfGroupConfig before = qos.groups.front();
     const int result = qos.ReviseGroupConfigValue(CHIP_TYPE_COMMON);
     const PerfGroupConfig& after = qos.groups.front();
@@ -151,7 +206,7 @@ void CheckNarrowing(PerfQosFreqConfig qos, const std::string& text) {
 }
 
 void CheckBoardName(const Behaviour& behaviour, const std::string& text, int maxKhz) {
-    test::ScriptedNodeIo nodes;
+    Nodes nodes(text, text, behaviour);
     const test::ScopedNodeIo inForce(nodes);
     QosAmendments amendments;
     amendments.bigClusterFreqsPath = kListPath;
@@ -161,15 +216,14 @@ void CheckBoardName(const Behaviour& behaviour, const std::string& text, int max
     PerfQosConfig qos("Q", {PerfGroupConfig("Q", true, 0, 9, 0, 9, {"/n"}, CHIP_TYPE_COMMON)});
     PerfQosConfigMap table;
     table.emplace(PERF_QOS_CPU_L, qos);
-    nodes.SetContent(kListPath, text);
-    nodes.SetContent(kBoardPath, text, behaviour.pieceSize);
     AmendQosTable(amendments, table);
-    Demand(nodes.OpenCount() == 0, "both nodes are closed again");
+    Demand(nodes.AreClosed(), "both nodes are closed again");
     const std::size_t blank = text.find_last_not_of(" \t\n\v\f\r");
     const std::string head = text.substr(0, blank == std::string::npos ? 0 : blank + 1);
     const std::string lastWord = head.substr(head.find_last_of(" \t\n\v\f\r") + 1);
-    const bool isDevelopment = lastWord.find("udp") != std::string::npos;
-    Demand(qos.groups.front().baseMin == (isDevelopment ? 0 : 4711),
+    const bool isRead = IsReadToEnd(behaviour, text.size());
+    const bool isDevelopment = isRead && lastWord.find("udp") != std::string::npos;
+    Demand(qos.groups.front().baseMin == (!behaviour.opens || isDevelopment ? 0 : 4711),
            "the last word decides whether it is a development board");
     const std::vector<std::int64_t> freqs = NumbersOf(text);
     const bool isVariant = !freqs.empty() && freqs.back() == maxKhz;

@@ -1,8 +1,10 @@
 #include "near_match.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <numeric>
+#include <span>
 #include <utility>
 
 namespace corebeacon::tool {
@@ -16,44 +18,63 @@ constexpr std::size_t kMaxCandidates = 256;
 /// From how many letters on a word counts as the beginning of a longer one.
 constexpr std::size_t kMinPrefixBytes = 3;
 
-std::string LowerCase(std::string_view word) {
-    std::string lower(word);
-    for (char& letter : lower) {
-        if (letter >= 'A' && letter <= 'Z') {
-            letter = static_cast<char>(letter - 'A' + 'a');
-        }
+/// A word in lower case, as far as it counts. On the stack, as a bad word is compared with all
+/// there are.
+class Word {
+public:
+    explicit Word(std::string_view word) : mSize(std::min(word.size(), kMaxWordBytes)) {
+        std::transform(word.begin(), word.begin() + static_cast<std::ptrdiff_t>(mSize),
+                       mLetters.begin(), [](char letter) {
+                           const bool isUpper = letter >= 'A' && letter <= 'Z';
+                           return isUpper ? static_cast<char>(letter - 'A' + 'a') : letter;
+                       });
     }
-    return lower;
-}
+
+    std::string_view Text() const { return {mLetters.data(), mSize}; }
+
+private:
+    const std::size_t mSize;
+    std::array<char, kMaxWordBytes> mLetters;
+};
 
 /// How many letters must be inserted, dropped, replaced or swapped with their neighbour to turn one
-/// word into the other.
-std::size_t EditDistance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> before;  // the row two above
-    std::vector<std::size_t> above(b.size() + 1);
-    std::iota(above.begin(), above.end(), std::size_t{0});
+/// word into the other. `limit` and above are all the same.
+std::size_t EditDistance(std::string_view a, std::string_view b, std::size_t limit) {
+    using Row = std::array<std::size_t, kMaxWordBytes + 1>;
+    Row rows[3];
+    Row* before = &rows[0];  // the row two above
+    Row* above = &rows[1];
+    Row* row = &rows[2];
+    const auto used = [&b](Row& any) { return std::span(any).first(b.size() + 1); };
+    const std::span<std::size_t> first = used(*above);
+    std::iota(first.begin(), first.end(), std::size_t{0});
     for (std::size_t i = 0; i < a.size(); ++i) {
-        std::vector<std::size_t> row(b.size() + 1, i + 1);
+        (*row)[0] = i + 1;
         for (std::size_t j = 0; j < b.size(); ++j) {
-            row[j + 1] =
-                std::min({above[j] + (a[i] == b[j] ? 0U : 1U), row[j] + 1, above[j + 1] + 1});
+            (*row)[j + 1] = std::min(
+                {(*above)[j] + (a[i] == b[j] ? 0U : 1U), (*row)[j] + 1, (*above)[j + 1] + 1});
             if (i > 0 && j > 0 && a[i] == b[j - 1] && a[i - 1] == b[j]) {
-                row[j + 1] = std::min(row[j + 1], before[j - 1] + 1);
+                (*row)[j + 1] = std::min((*row)[j + 1], (*before)[j - 1] + 1);
             }
         }
-        before = std::exchange(above, std::move(row));
+        // Neither this row nor the one above, which is at most one less, leads to a nearer end.
+        if (std::ranges::min(used(*row)) >= limit) {
+            return limit;
+        }
+        std::swap(before, above);
+        std::swap(above, row);
     }
-    return above[b.size()];
+    return (*above)[b.size()];
 }
 
 /// `limit` and above are all the same.
-std::size_t Distance(const std::string& word, const std::string& candidate, std::size_t limit) {
+std::size_t Distance(std::string_view word, std::string_view candidate, std::size_t limit) {
     if (word.size() >= kMinPrefixBytes && candidate.starts_with(word)) {
         return candidate == word ? 0 : 1;
     }
     // Each letter that one word has more must be inserted or dropped, so most need no closer look.
     const auto [shorter, longer] = std::minmax({word.size(), candidate.size()});
-    return longer - shorter >= limit ? limit : EditDistance(word, candidate);
+    return longer - shorter >= limit ? limit : EditDistance(word, candidate, limit);
 }
 
 }  // namespace
@@ -62,15 +83,15 @@ std::string DidYouMean(std::string_view word, const std::vector<std::string_view
     if (word.size() > kMaxWordBytes) {
         return "";
     }
-    const std::string wanted = LowerCase(word);
-    std::size_t nearest = std::max<std::size_t>(1, wanted.size() / 3) + 1;
+    const Word wanted(word);
+    std::size_t nearest = std::max<std::size_t>(1, word.size() / 3) + 1;
     std::string_view meant;
     const std::size_t count = std::min(candidates.size(), kMaxCandidates);
     for (std::size_t i = 0; i < count; ++i) {
-        const std::string_view candidate = candidates[i].substr(0, kMaxWordBytes);
-        const std::size_t distance = Distance(wanted, LowerCase(candidate), nearest);
+        const Word candidate(candidates[i]);
+        const std::size_t distance = Distance(wanted.Text(), candidate.Text(), nearest);
         // A word of which every letter would change resembles nothing.
-        if (distance < nearest && distance < std::max(wanted.size(), candidate.size())) {
+        if (distance < nearest && distance < std::max(word.size(), candidate.Text().size())) {
             nearest = distance;
             meant = candidates[i];
         }

@@ -62,24 +62,32 @@ std::string RangeText(std::int64_t min, std::int64_t max) {
     return "a number from " + std::to_string(min) + " to " + std::to_string(max);
 }
 
-std::vector<std::string_view> QosNames() {
-    std::vector<std::string_view> names;
-    for (std::uint32_t id = 0; id < PERF_QOS_INVALID; ++id) {
-        if (const char* name = PerfQosName(static_cast<PerfQosId>(id)); name != nullptr) {
-            names.emplace_back(name);
+/// Of all QoS that have one, by id. Made once, since every other word of a script is a QoS.
+struct QosNameTable {
+    QosNameTable() {
+        for (std::uint32_t id = 0; id < PERF_QOS_INVALID; ++id) {
+            if (const char* name = PerfQosName(static_cast<PerfQosId>(id)); name != nullptr) {
+                names.emplace_back(name);
+                ids.push_back(static_cast<PerfQosId>(id));
+            }
         }
     }
-    return names;
+
+    std::vector<std::string_view> names;
+    std::vector<PerfQosId> ids;
+};
+
+const QosNameTable& QosNames() {
+    static const QosNameTable table;
+    return table;
 }
 
 std::optional<PerfQosId> FindQos(std::string_view name) {
-    for (std::uint32_t id = 0; id < PERF_QOS_INVALID; ++id) {
-        const char* known = PerfQosName(static_cast<PerfQosId>(id));
-        if (known != nullptr && name == known) {
-            return static_cast<PerfQosId>(id);
-        }
-    }
-    return std::nullopt;
+    const QosNameTable& table = QosNames();
+    const auto found = std::ranges::find(table.names, name);
+    return found == table.names.end()
+               ? std::nullopt
+               : std::optional(table.ids[static_cast<std::size_t>(found - table.names.begin())]);
 }
 
 std::optional<PerfOperationType> ParseOperation(const Token& token, ErrorList& errors) {
@@ -163,8 +171,8 @@ std::optional<PerfQosId> ParseQos(const Token& token, ErrorList& errors) {
         const auto id = ParseNumber(token, "a QoS id", 0, PERF_QOS_INVALID - 1, errors);
         return id ? std::optional(static_cast<PerfQosId>(*id)) : std::nullopt;
     }
-    errors.Add(token.position,
-               "there is no QoS named " + Quoted(token.text) + DidYouMean(token.text, QosNames()));
+    errors.Add(token.position, "there is no QoS named " + Quoted(token.text) +
+                                   DidYouMean(token.text, QosNames().names));
     return std::nullopt;
 }
 
