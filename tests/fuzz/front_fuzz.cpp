@@ -4,8 +4,9 @@
 #include <bit>
 #include <chrono>
 #include <limits>
-#include <map>
 #include <memory>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,7 @@
 #include "fuzz/demand.h"
 #include "fuzz/front_player.h"
 #include "fuzz/small_machine.h"
+#include "fuzz/workers.h"
 #include "sim/eas_example.h"
 #include "support/deadline.h"
 #include "support/manual_clock.h"
@@ -28,22 +30,45 @@ namespace corebeacon::fuzz {
 namespace {
 
 /// The chatty levels format far more than the others do.
-class FullLog : public test::SilentLog {
-public:
-    FullLog() { PfLogonNamespace::PfLogonSet(3); }
-
-    ~FullLog() override { PfLogonNamespace::PfLogonSet(0); }
+struct ChattyLog {
+    ChattyLog() { PfLogonNamespace::PfLogonSet(3); }
+    ~ChattyLog() { PfLogonNamespace::PfLogonSet(0); }
+    ChattyLog(const ChattyLog&) = delete;
+    ChattyLog& operator=(const ChattyLog&) = delete;
 };
+
+/// Mostly one to four QoS: an engine with few of them starts quickly, and they do not mingle.
+std::vector<PerfQosId> ChooseIds(ByteSource& source) {
+    const std::vector<PerfQosId>& all = SmallTable::AllIds();
+    std::set<PerfQosId> chosen;
+    if (const unsigned int choice = source.Below(16); choice == 15) {
+        const std::uint32_t bits = source.Word();
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            if ((bits >> i & 1U) != 0) {
+                chosen.insert(all[i]);
+            }
+        }
+    } else {
+        for (unsigned int more = choice / 4; more > 0; --more) {
+            chosen.insert(source.AnyOf(all));
+        }
+    }
+    if (chosen.empty()) {
+        chosen.insert(source.AnyOf(all));
+    }
+    return {chosen.begin(), chosen.end()};
+}
 
 /// All that an engine is started with.
 struct Tables {
     SmallTable qos;
     PerfDefaultConfig config;
-    std::vector<ConfigurableEvent> events = SmallEvents();
-    std::vector<ConfigurableScenario> scenarios = SmallScenarios();
+    /// Empty for the small machine's, which most lives need not copy.
+    std::vector<ConfigurableEvent> ownEvents;
+    std::vector<ConfigurableScenario> ownScenarios;
     ProbeEvent probe = SmallProbe();
 
-    explicit Tables(unsigned int chosen) : qos(chosen) {
+    explicit Tables(const std::vector<PerfQosId>& ids) : qos(ids) {
         config.qosConfigMap = qos.Map();
         config.controlInfo.chipType = CHIP_TYPE_VARIANT_1;
         config.controlInfo.cpuBoostEnabled = true;
@@ -81,16 +106,29 @@ void SpoilRow(ByteSource& source, PerfGroupConfig& row) {
     }
 }
 
-void SpoilEvents(ByteSource& source, std::vector<ConfigurableEvent>& events) {
-    QosCommand command{MakeQosId(source), {}};
-    for (const PerfRequestInfo& step : MakeRequest(source)) {
+void SpoilEvents(ByteSource& source, const std::vector<PerfQosId>& ids,
+                 std::vector<ConfigurableEvent>& events) {
+    if (events.empty()) {
+        events = SmallEvents();
+    }
+    QosCommand command{MakeQosId(source, ids), {}};
+    for (const PerfRequestInfo& step : MakeRequest(source, ids)) {
         command.sequence.push_back({MakeNumber(source), step.groups});
     }
     events.push_back({source.Byte(), {command}});
 }
 
+void SpoilScenarios(ByteSource& source, const std::vector<PerfQosId>& ids,
+                    std::vector<ConfigurableScenario>& scenarios) {
+    if (scenarios.empty()) {
+        scenarios = SmallScenarios();
+    }
+    const std::uint8_t id = source.Byte();
+    scenarios.push_back({id, MakeRequest(source, ids)});
+}
+
 /// One thing that a host may get wrong, or have otherwise.
-void Spoil(ByteSource& source, Tables& tables) {
+void Spoil(ByteSource& source, const std::vector<PerfQosId>& ids, Tables& tables) {
     const std::vector<PerfQosConfig*> all = tables.qos.All();
     PerfQosConfig& qos = *source.AnyOf(all);
     switch (source.Below(8)) {
@@ -101,10 +139,10 @@ void Spoil(ByteSource& source, Tables& tables) {
             tables.config.controlInfo.invalidClusters = {source.Text(8)};
             break;
         case 2:
-            tables.scenarios.push_back({source.Byte(), MakeRequest(source)});
+            SpoilScenarios(source, ids, tables.ownScenarios);
             break;
         case 3:
-            SpoilEvents(source, tables.events);
+            SpoilEvents(source, ids, tables.ownEvents);
             break;
         case 4:
             if (!qos.groups.empty()) {
@@ -139,7 +177,17 @@ HandleLimits MakeLimits(ByteSource& source) {
 }
 
 int Start(ConfigManager& front, Tables& tables) {
-    return front.Init(tables.config, tables.events, tables.scenarios, tables.probe);
+    return front.Init(tables.config, tables.ownEvents.empty() ? SmallEvents() : tables.ownEvents,
+                      tables.ownScenarios.empty() ? SmallScenarios() : tables.ownScenarios,
+                      tables.probe);
+}
+
+void TakeBackBaseValues(ConfigManager& front) {
+    unsigned long none = 0;
+    for (unsigned int group = 0; group < sim::kEasTaskGroups.size(); ++group) {
+        const GroupInfo base{group, {{PERF_OPERATION_BOOST, sim::kEasDefaultLevel}}};
+        front.PerfRequest(std::numeric_limits<int>::max(), 0, {{PERF_QOS_EAS_BASE, {base}}}, none);
+    }
 }
 
 /// Takes back what no release does, and all that anybody holds.
@@ -149,63 +197,70 @@ void CalmDown(ConfigManager& front) {
     std::vector<unsigned int> resume = {0};
     resume.insert(resume.end(), ids.begin(), ids.end());
     front.PerfSetSuspend(resume);
-    unsigned long none = 0;
-    for (unsigned int group = 0; group < sim::kEasTaskGroups.size(); ++group) {
-        const GroupInfo base{group, {{PERF_OPERATION_BOOST, sim::kEasDefaultLevel}}};
-        front.PerfRequest(std::numeric_limits<int>::max(), 0, {{PERF_QOS_EAS_BASE, {base}}}, none);
+    if (front.Resources().FindResource(PERF_QOS_EAS) != nullptr) {
+        TakeBackBaseValues(front);
     }
     Demand(front.Reset() == 0, "0 from the last reset");
     Demand(front.Commands().GetCounts().liveHandles == 0, "no handle outlives a reset");
 }
 
-/// In the end, since a worker answers whoever asks before it sees to what has become due.
-void DemandBase(const sim::SimulatedDevice& device,
-                const std::map<std::string, std::string>& base) {
-    const bool isBase =
-        test::Eventually([&] { return NodesWithBase(device) == base; }, std::chrono::seconds(10));
-    for (const auto& [path, value] : NodesWithBase(device)) {
-        Demand(isBase || value == base.at(path), path + " is " + value + ", not " + base.at(path));
+/// Waits, since a worker answers whoever asks before it sees to what has become due.
+void DemandBase(const sim::SimulatedDevice& device, const std::vector<PerfQosId>& ids) {
+    for (const PerfQosId id : ids) {
+        for (const auto& node : BaseValues(id)) {
+            const auto isBase = [&] { return device.Value(node.first) == node.second; };
+            if (!isBase() && !test::Eventually(isBase, std::chrono::seconds(10))) {
+                Denounce(node.first + " is " + device.Value(node.first) + ", not " + node.second);
+            }
+        }
+    }
+}
+
+/// An engine from its start to its end.
+void Live(ByteSource& source, const std::vector<PerfQosId>& ids, sim::SimulatedDevice& device) {
+    const WorkerScope workers;
+    test::ManualClock clock;
+    ConfigManager front(MakeLimits(source));
+    auto tables = std::make_unique<Tables>(ids);
+    const unsigned int flaws = source.Flag() ? source.Below(8) : 0;
+    for (unsigned int i = 0; i < flaws; ++i) {
+        Spoil(source, ids, *tables);
+    }
+    bool isSpoilt = flaws > 0;
+    if (Start(front, *tables) != 0) {
+        Demand(isSpoilt, "good tables are accepted");
+        Demand(device.OpenDescriptors() == 0, "a failed start leaves nothing open");
+        isSpoilt = false;
+        tables = std::make_unique<Tables>(ids);
+        Demand(Start(front, *tables) == 0, "a second try with good tables succeeds");
+    }
+    FrontPlayer player(source, ids, front, device, clock);
+    // Half of the devices stay healthy: in a long life, hardly one would by chance.
+    player.Play(source.Flag());
+    CalmDown(front);
+    player.Settle();
+    if (!isSpoilt && !player.HadMishap()) {
+        DemandBase(device, ids);
+        clock.Advance(std::chrono::seconds(61));
+        player.Settle();
+        DemandBase(device, ids);
     }
 }
 
 }  // namespace
 
 void FuzzFront(Bytes bytes) {
+    const test::SilentLog silence;
     ByteSource source(bytes);
-    const FullLog log;
+    const std::vector<PerfQosId> ids = ChooseIds(source);
+    std::optional<ChattyLog> chatty;
+    if (source.Below(4) == 0) {
+        chatty.emplace();
+    }
     sim::SimulatedDevice device;
     const test::ScopedNodeIo inForce(device);
-    AddNodes(device);
-    const std::map<std::string, std::string> base = NodesWithBase(device);
-    test::ManualClock clock;
-    {
-        const unsigned int chosen = source.Word();
-        ConfigManager front(MakeLimits(source));
-        auto tables = std::make_unique<Tables>(chosen);
-        const unsigned int flaws = source.Flag() ? source.Below(8) : 0;
-        for (unsigned int i = 0; i < flaws; ++i) {
-            Spoil(source, *tables);
-        }
-        bool isSpoilt = flaws > 0;
-        if (Start(front, *tables) != 0) {
-            Demand(isSpoilt, "good tables are accepted");
-            Demand(device.OpenDescriptors() == 0, "a failed start leaves nothing open");
-            isSpoilt = false;
-            tables = std::make_unique<Tables>(chosen);
-            Demand(Start(front, *tables) == 0, "a second try with good tables succeeds");
-        }
-        FrontPlayer player(source, front, device, clock);
-        // Half of the devices stay healthy: in a long life, hardly one would by chance.
-        player.Play(source.Flag());
-        CalmDown(front);
-        player.Settle();
-        if (!isSpoilt && !player.HadMishap()) {
-            DemandBase(device, base);
-            clock.Advance(std::chrono::seconds(61));
-            player.Settle();
-            DemandBase(device, base);
-        }
-    }
+    AddNodes(device, ids);
+    Live(source, ids, device);
     Demand(device.OpenDescriptors() == 0, "every node is closed in the end");
 }
 

@@ -3,11 +3,11 @@
 #include <cerrno>
 #include <limits>
 #include <sstream>
-#include <thread>
 
 #include "command/command_manager.h"
 #include "fuzz/demand.h"
 #include "fuzz/small_machine.h"
+#include "fuzz/workers.h"
 
 namespace corebeacon::fuzz {
 
@@ -44,8 +44,7 @@ int MakeValue(ByteSource& source) {
     return choice == 255 ? static_cast<int>(source.Word()) : kValues[choice % std::size(kValues)];
 }
 
-PerfQosId MakeQosId(ByteSource& source) {
-    const std::vector<PerfQosId>& ids = SmallTable::Ids();
+PerfQosId MakeQosId(ByteSource& source, const std::vector<PerfQosId>& ids) {
     const std::uint8_t choice = source.Byte();
     switch (choice) {
         case 253:
@@ -55,7 +54,8 @@ PerfQosId MakeQosId(ByteSource& source) {
         case 255:
             return static_cast<PerfQosId>(source.Word());
         default:
-            return ids[choice % ids.size()];
+            return choice < 224 ? ids[choice % ids.size()]
+                                : SmallTable::AllIds()[choice % SmallTable::kQosCount];
     }
 }
 
@@ -64,13 +64,13 @@ std::uint32_t MakeNumber(ByteSource& source) {
     return choice == 255 ? source.Word() : kNumbers[choice % std::size(kNumbers)];
 }
 
-std::vector<PerfRequestInfo> MakeRequest(ByteSource& source) {
+std::vector<PerfRequestInfo> MakeRequest(ByteSource& source, const std::vector<PerfQosId>& ids) {
     const auto operationOf = [](std::uint8_t choice) {
         return static_cast<PerfOperationType>(choice < 250 ? choice % 2 : choice);
     };
     std::vector<PerfRequestInfo> request;
     for (unsigned int elements = source.Below(4); elements > 0; --elements) {
-        PerfRequestInfo element{MakeQosId(source), {}};
+        PerfRequestInfo element{MakeQosId(source, ids), {}};
         for (unsigned int groups = 1 + source.Below(3); groups > 0; --groups) {
             const std::uint8_t choice = source.Byte();
             GroupInfo group{choice == 255 ? source.Word() : choice % 11U, {}};
@@ -82,8 +82,8 @@ std::vector<PerfRequestInfo> MakeRequest(ByteSource& source) {
         }
         request.push_back(element);
     }
-    if (!request.empty() && source.Byte() >= 250) {
-        request.resize(source.Byte() * 8U, request.front());
+    if (!request.empty() && source.Byte() == 255) {
+        request.resize(source.Byte(), request.front());
     }
     return request;
 }
@@ -102,9 +102,10 @@ const std::vector<FrontPlayer::Step> FrontPlayer::kSteps = {
 const std::vector<FrontPlayer::Step> FrontPlayer::kMishaps = {
     &FrontPlayer::InjectFault, &FrontPlayer::EndFaults, &FrontPlayer::DisturbDevice};
 
-FrontPlayer::FrontPlayer(ByteSource& source, ConfigManager& front, sim::SimulatedDevice& device,
+FrontPlayer::FrontPlayer(ByteSource& source, const std::vector<PerfQosId>& ids,
+                         ConfigManager& front, sim::SimulatedDevice& device,
                          test::ManualClock& clock)
-    : mSource(source), mFront(front), mDevice(device), mClock(clock) {}
+    : mSource(source), mIds(ids), mFront(front), mDevice(device), mClock(clock) {}
 
 void FrontPlayer::Play(bool withMishaps) {
     std::vector<Step> steps = kSteps;
@@ -116,18 +117,13 @@ void FrontPlayer::Play(bool withMishaps) {
     }
 }
 
-/// Base information is answered by each worker in its turn.
 void FrontPlayer::Settle() {
-    while (mClock.HasDueWaiters()) {
-        std::this_thread::yield();
-    }
-    std::ostringstream ignored;
-    mFront.TaskDump(true, ignored);
+    AwaitWorkers(mFront, mClock);
 }
 
 void FrontPlayer::Request() {
     const std::uint32_t duration = MakeNumber(mSource);
-    const std::vector<PerfRequestInfo> request = MakeRequest(mSource);
+    const std::vector<PerfRequestInfo> request = MakeRequest(mSource, mIds);
     const int pid = Pid();
     unsigned long handle = 0;
     const int result = mFront.PerfRequest(pid, duration, request, handle);
@@ -190,7 +186,7 @@ void FrontPlayer::Mode() {
 void FrontPlayer::Suspend() {
     std::vector<unsigned int> params;
     for (unsigned int count = mSource.Below(5); count > 0; --count) {
-        params.push_back(params.empty() ? mSource.Below(3) : MakeQosId(mSource));
+        params.push_back(params.empty() ? mSource.Below(3) : MakeQosId(mSource, mIds));
     }
     if (!params.empty() && mSource.Byte() >= 250) {
         params.resize(mSource.Byte() * 8U, params.back());

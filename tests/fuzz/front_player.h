@@ -14,18 +14,20 @@
 
 namespace corebeacon::fuzz {
 
-/// A request of any shape, mostly of things that exist.
-std::vector<PerfRequestInfo> MakeRequest(ByteSource& source);
+/// A request of any shape, mostly of things that exist, as of the QoS `ids`.
+std::vector<PerfRequestInfo> MakeRequest(ByteSource& source, const std::vector<PerfQosId>& ids);
 /// A value or an id: mostly one that somewhere means something.
 int MakeValue(ByteSource& source);
-PerfQosId MakeQosId(ByteSource& source);
+/// Mostly one of `ids`.
+PerfQosId MakeQosId(ByteSource& source, const std::vector<PerfQosId>& ids);
 /// A duration in ms, or another number that callers give.
 std::uint32_t MakeNumber(ByteSource& source);
 
 class FrontPlayer {
 public:
-    FrontPlayer(ByteSource& source, ConfigManager& front, sim::SimulatedDevice& device,
-                test::ManualClock& clock);
+    /// `ids`: the QoS of the machine.
+    FrontPlayer(ByteSource& source, const std::vector<PerfQosId>& ids, ConfigManager& front,
+                sim::SimulatedDevice& device, test::ManualClock& clock);
 
     /// Until the bytes end, or after very many steps.
     void Play(bool withMishaps);
@@ -65,6 +67,7 @@ private:
     void Keep(int result, unsigned long handle);
 
     ByteSource& mSource;
+    const std::vector<PerfQosId>& mIds;
     ConfigManager& mFront;
     sim::SimulatedDevice& mDevice;
     test::ManualClock& mClock;

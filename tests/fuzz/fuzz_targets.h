@@ -19,5 +19,7 @@ void FuzzScript(Bytes bytes);
 void FuzzNodeText(Bytes bytes);
 /// The texts that levels stand for, and the numbers that an ioctl takes from them.
 void FuzzLevelText(Bytes bytes);
+/// The reader of board descriptions, and the checks of what it has read.
+void FuzzBoard(Bytes bytes);
 
 }  // namespace corebeacon::fuzz

@@ -9,7 +9,7 @@
 // memory is kept from use for the length of a run and some more, not until 256 MiB went out of the
 // cache.
 extern "C" const char* __asan_default_options() {
-    return "malloc_context_size=1:quarantine_size_mb=4:thread_local_quarantine_size_kb=256:"
+    return "malloc_context_size=1:quarantine_size_mb=1:thread_local_quarantine_size_kb=64:"
            "detect_stack_use_after_return=0";
 }
 

@@ -50,8 +50,13 @@ TEST(Corpus, NoTextOfALevelBreaksTheGroupThatWritesIt) {
     Replay("level_text", &FuzzLevelText);
 }
 
+TEST(Corpus, NoDescriptionOfABoardBreaksItsReader) {
+    Replay("board", &FuzzBoard);
+}
+
 TEST(Corpus, NothingAtAllIsAnInputToo) {
-    for (void (*const run)(Bytes) : {&FuzzFront, &FuzzScript, &FuzzNodeText, &FuzzLevelText}) {
+    for (void (*const run)(Bytes) :
+         {&FuzzFront, &FuzzScript, &FuzzNodeText, &FuzzLevelText, &FuzzBoard}) {
         run({});
     }
 }

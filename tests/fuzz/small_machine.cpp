@@ -131,44 +131,66 @@ QosPointer Make(PerfQosId id) {
     }
 }
 
-void AddTextNodes(sim::SimulatedDevice& device) {
-    const std::pair<const char*, const char*> texts[] = {
-        {"/devfreq/gpu/top", "5000"},
-        {"/board/power", "9000"},
-        {"/board/mode", "enabled"},
-        {"/soc/mode", "enabled"},
-        {"/board/trip", "65000"},
-        {"/cpufreq/boost", "0"},
-        {"/video", "0"},
-        {"/core/max", "2"},
-        {"/core/min", "1"},
-        {"/memlat/ratio", "300"},
-        {"/memlat/enable", "0"},
-        {"/host/min0", "-10"},
-        {"/host/max0", "20"},
-        {"/host/min1", "2"},
-        {"/host/max1", "7"},
-        {"/probe", ""},
+using Texts = std::vector<std::pair<const char*, const char*>>;
+
+/// The nodes of QoS that are written as text.
+const Texts& TextsOf(PerfQosId id) {
+    static const std::map<PerfQosId, Texts> texts = {
+        {PERF_QOS_GPU, {{"/devfreq/gpu/top", "5000"}}},
+        {PERF_QOS_IPA_POWER,
+         {{"/board/power", "9000"}, {"/board/mode", "enabled"}, {"/soc/mode", "enabled"}}},
+        {PERF_QOS_IPA_SWITCH_TEMP, {{"/board/trip", "65000"}}},
+        {PERF_QOS_CPU_BOOST, {{"/cpufreq/boost", "0"}}},
+        {PERF_QOS_VIDEO_ENCODE_FREQ, {{"/video", "0"}}},
+        {PERF_QOS_ISOLATION_MIN_CPUS_B, {{"/core/max", "2"}, {"/core/min", "1"}}},
+        {PERF_QOS_MEMLAT_TARGET_RATIO_CPU_M, {{"/memlat/ratio", "300"}, {"/memlat/enable", "0"}}},
+        {kHostsOwn,
+         {{"/host/min0", "-10"}, {"/host/max0", "20"}, {"/host/min1", "2"}, {"/host/max1", "7"}}},
     };
-    for (const auto& [path, text] : texts) {
+    static const Texts none;
+    const auto found = texts.find(id);
+    return found == texts.end() ? none : found->second;
+}
+
+void AddNodesOf(PerfQosId id, sim::SimulatedDevice& device) {
+    switch (id) {
+        case PERF_QOS_CPU_L:
+        case PERF_QOS_CPU_M:
+        case PERF_QOS_CPU_B:
+            device.AddCpufreqPolicy(PolicyDirectories()[id], {400000, 800000, 1300000, 2000000});
+            break;
+        case PERF_QOS_GPU:
+            device.AddDevfreq(kGpu, {200000000, 500000000, 800000000});
+            break;
+        case PERF_QOS_DDR:
+            device.AddDevfreq(kDdrList, {400000000, 1000000000, 3200000000});
+            // What 400 MHz come to.
+            device.AddBinary("/bandwidth", sim::Aggregate::LARGEST, 3840, false);
+            break;
+        case PERF_QOS_LATENCY_CPU:
+            device.AddBinary("/dev/latency", sim::Aggregate::SMALLEST, 2000000000, true);
+            break;
+        case PERF_QOS_NPU_SC_PRIO:
+            device.AddIoctl("/dev/npu", {0x4010781E, 0x4010781F});
+            break;
+        case PERF_QOS_EAS:
+            sim::AddEasNodes(device);
+            break;
+        default:
+            break;
+    }
+    for (const auto& [path, text] : TextsOf(id)) {
         device.AddText(path, text);
     }
 }
 
 }  // namespace
 
-void AddNodes(sim::SimulatedDevice& device) {
-    for (const std::string& directory : PolicyDirectories()) {
-        device.AddCpufreqPolicy(directory, {400000, 800000, 1300000, 2000000});
+void AddNodes(sim::SimulatedDevice& device, const std::vector<PerfQosId>& ids) {
+    for (const PerfQosId id : ids) {
+        AddNodesOf(id, device);
     }
-    device.AddDevfreq(kGpu, {200000000, 500000000, 800000000});
-    device.AddDevfreq(kDdrList, {400000000, 1000000000, 3200000000});
-    // What 400 MHz come to.
-    device.AddBinary("/bandwidth", sim::Aggregate::LARGEST, 3840, false);
-    device.AddBinary("/dev/latency", sim::Aggregate::SMALLEST, 2000000000, true);
-    device.AddIoctl("/dev/npu", {0x4010781E, 0x4010781F});
-    sim::AddEasNodes(device);
-    AddTextNodes(device);
+    device.AddText(kProbeNode, "");
     device.SetRecordLimit(0);
 }
 
@@ -197,14 +219,9 @@ const std::vector<std::string>& FaultyNodes() {
     return nodes;
 }
 
-SmallTable::SmallTable(unsigned int chosen) {
-    for (std::size_t i = 0; i < kQosCount; ++i) {
-        if ((chosen >> i & 1U) != 0) {
-            mQos.emplace(Ids()[i], Make(Ids()[i]));
-        }
-    }
-    if (mQos.empty()) {
-        mQos.emplace(Ids().front(), Make(Ids().front()));
+SmallTable::SmallTable(const std::vector<PerfQosId>& ids) {
+    for (const PerfQosId id : ids) {
+        mQos.emplace(id, Make(id));
     }
 }
 
@@ -224,7 +241,7 @@ std::vector<PerfQosConfig*> SmallTable::All() const {
     return all;
 }
 
-const std::vector<PerfQosId>& SmallTable::Ids() {
+const std::vector<PerfQosId>& SmallTable::AllIds() {
     static const std::vector<PerfQosId> ids = {PERF_QOS_CPU_L,
                                                PERF_QOS_CPU_M,
                                                PERF_QOS_CPU_B,
@@ -243,32 +260,38 @@ const std::vector<PerfQosId>& SmallTable::Ids() {
     return ids;
 }
 
-/// Not of the node that tells which thread was probed last; nor of the monitor's, which stay where
-/// they are when ratio and switch change in one step.
-std::map<std::string, std::string> NodesWithBase(const sim::SimulatedDevice& device) {
-    std::map<std::string, std::string> values = device.Snapshot();
-    values.erase(kProbeNode);
-    values.erase(kMemLat + "/ratio");
-    values.erase(kMemLat + "/enable");
-    return values;
+/// But for the monitor's nodes, which stay where they are when ratio and switch change in one step.
+const std::map<std::string, std::string>& BaseValues(PerfQosId id) {
+    static std::map<PerfQosId, std::map<std::string, std::string>> known;
+    const auto [entry, isNew] = known.try_emplace(id);
+    if (isNew && id != PERF_QOS_MEMLAT_TARGET_RATIO_CPU_M) {
+        sim::SimulatedDevice device;
+        AddNodesOf(id, device);
+        entry->second = device.Snapshot();
+    }
+    return entry->second;
 }
 
-std::vector<ConfigurableScenario> SmallScenarios() {
-    return {{0,
-             {{PERF_QOS_CPU_L, {{0, {{PERF_OPERATION_BOOST, 1300000}}}}},
-              {PERF_QOS_EAS, {{2, {{PERF_OPERATION_BOOST, 40}}}}}}},
-            {4,
-             {{PERF_QOS_GPU, {{0, {{PERF_OPERATION_LIMIT, 500000000}}}}},
-              {PERF_QOS_CPU_L, {{0, {{PERF_OPERATION_LIMIT, 800000}}}}}}}};
+const std::vector<ConfigurableScenario>& SmallScenarios() {
+    static const std::vector<ConfigurableScenario> scenarios = {
+        {0,
+         {{PERF_QOS_CPU_L, {{0, {{PERF_OPERATION_BOOST, 1300000}}}}},
+          {PERF_QOS_EAS, {{2, {{PERF_OPERATION_BOOST, 40}}}}}}},
+        {4,
+         {{PERF_QOS_GPU, {{0, {{PERF_OPERATION_LIMIT, 500000000}}}}},
+          {PERF_QOS_CPU_L, {{0, {{PERF_OPERATION_LIMIT, 800000}}}}}}}};
+    return scenarios;
 }
 
-std::vector<ConfigurableEvent> SmallEvents() {
-    return {{0,
-             {{PERF_QOS_CPU_L,
-               {{20, {{0, {{PERF_OPERATION_BOOST, 2000000}}}}},
-                {60000, {{0, {{PERF_OPERATION_BOOST, 800000}}}}}}},
-              {PERF_QOS_IPA_POWER, {{500, {{0, {{PERF_OPERATION_BOOST, 10000}}}}}}}}},
-            {19, {{PERF_QOS_LATENCY_CPU, {{100, {{0, {{PERF_OPERATION_BOOST, 120}}}}}}}}}};
+const std::vector<ConfigurableEvent>& SmallEvents() {
+    static const std::vector<ConfigurableEvent> events = {
+        {0,
+         {{PERF_QOS_CPU_L,
+           {{20, {{0, {{PERF_OPERATION_BOOST, 2000000}}}}},
+            {60000, {{0, {{PERF_OPERATION_BOOST, 800000}}}}}}},
+          {PERF_QOS_IPA_POWER, {{500, {{0, {{PERF_OPERATION_BOOST, 10000}}}}}}}}},
+        {19, {{PERF_QOS_LATENCY_CPU, {{100, {{0, {{PERF_OPERATION_BOOST, 120}}}}}}}}}};
+    return events;
 }
 
 ProbeEvent SmallProbe() {

@@ -16,10 +16,11 @@
 
 namespace corebeacon::fuzz {
 
-/// Adds all the nodes.
-void AddNodes(sim::SimulatedDevice& device);
+/// Adds the nodes of these QoS and the one of the probe.
+void AddNodes(sim::SimulatedDevice& device, const std::vector<PerfQosId>& ids);
 
-/// Directories of which a part may go away and come back, and single nodes for faults.
+/// On any machine: directories of which a part may go away and come back, and single nodes for
+/// faults.
 const std::vector<std::string>& PolicyDirectories();
 const std::vector<std::string>& FaultyNodes();
 
@@ -27,24 +28,24 @@ class SmallTable {
 public:
     static constexpr std::size_t kQosCount = 15;
 
-    /// Bit i of `chosen` stands for the QoS i.
-    explicit SmallTable(unsigned int chosen);
+    explicit SmallTable(const std::vector<PerfQosId>& ids);
 
     /// Refers to this object.
     PerfQosConfigMap Map() const;
-    /// Those in the map; never empty.
     std::vector<PerfQosConfig*> All() const;
-    static const std::vector<PerfQosId>& Ids();
+    /// Every QoS that such a machine may have.
+    static const std::vector<PerfQosId>& AllIds();
 
 private:
     std::map<PerfQosId, std::unique_ptr<PerfQosConfig>> mQos;
 };
 
-/// The values of nodes that must be what they were when nothing is asked for any more.
-std::map<std::string, std::string> NodesWithBase(const sim::SimulatedDevice& device);
+/// What the nodes of a QoS hold from the beginning, and must hold when nothing is asked for any
+/// more: path to value.
+const std::map<std::string, std::string>& BaseValues(PerfQosId id);
 
-std::vector<ConfigurableScenario> SmallScenarios();
-std::vector<ConfigurableEvent> SmallEvents();
+const std::vector<ConfigurableScenario>& SmallScenarios();
+const std::vector<ConfigurableEvent>& SmallEvents();
 ProbeEvent SmallProbe();
 
 }  // namespace corebeacon::fuzz

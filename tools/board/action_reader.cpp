@@ -19,16 +19,12 @@ std::optional<PerfQosId> ReadQosReference(Element& element, const Board& board) 
     if (!text) {
         return std::nullopt;
     }
-    const auto number = WholeNumber(*text);
-    if (number && *number >= 0 && *number < PERF_QOS_INVALID) {
-        return static_cast<PerfQosId>(*number);
-    }
-    const auto named = QosByName(board, *text);
-    if (!named) {
+    const std::optional<PerfQosId> found = QosByReference(board, *text);
+    if (!found) {
         element.Complain("qos",
                          "unknown QoS " + Quoted(*text) + tool::DidYouMean(*text, QosNames(board)));
     }
-    return named;
+    return found;
 }
 
 /// The values of a <set>, added to its group.

@@ -142,7 +142,7 @@ private:
         for (std::size_t i = 0; i < std::min(texts.size(), row.sysNodePaths.size()); ++i) {
             if (IsBinary(row.sysNodePaths[i]) && texts[i].size() == kBinaryBytes) {
                 Find(place, name + " writes the four bytes " + Quoted(texts[i]) + " to " +
-                                row.sysNodePaths[i] +
+                                Printable(row.sysNodePaths[i]) +
                                 ", which takes four bytes for a binary number");
             }
         }
@@ -166,7 +166,7 @@ private:
     void CheckNodes(const PerfGroupConfig& row, const RowPlaces& places) {
         for (std::size_t i = 0; i < row.sysNodePaths.size(); ++i) {
             if (IsMissing(row.sysNodePaths[i])) {
-                Find(places.nodes[i], "there is no " + row.sysNodePaths[i]);
+                Find(places.nodes[i], "there is no " + Printable(row.sysNodePaths[i]));
             }
         }
     }
@@ -174,7 +174,7 @@ private:
     void CheckList(const PerfQosXmlLoadConfig& config, const Place& place) {
         const std::string& path = config.availableFreqsPath;
         if (mAsksNodes && !path.empty() && IsMissing(path)) {
-            Find(place, "there is no " + path);
+            Find(place, "there is no " + Printable(path));
         }
     }
 
@@ -244,7 +244,7 @@ private:
                 return "";
             }
         }
-        return std::to_string(value) + " is not among the frequencies of " + path;
+        return std::to_string(value) + " is not among the frequencies of " + Printable(path);
     }
 
     const ReadBoard& mRead;

@@ -73,6 +73,14 @@ std::optional<PerfQosId> QosByName(const Board& board, std::string_view name) {
     return std::nullopt;
 }
 
+std::optional<PerfQosId> QosByReference(const Board& board, std::string_view text) {
+    const std::optional<std::int64_t> number = WholeNumber(text);
+    if (number && *number >= 0 && *number < PERF_QOS_INVALID) {
+        return static_cast<PerfQosId>(*number);
+    }
+    return QosByName(board, text);
+}
+
 std::vector<std::string_view> QosNames(const Board& board) {
     std::vector<std::string_view> names;
     for (const auto& [qosId, config] : board.qos) {

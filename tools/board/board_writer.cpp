@@ -6,6 +6,7 @@
 
 #include <pugixml.hpp>
 
+#include "board/reading.h"
 #include "corebeacon/builtin_config.h"
 
 namespace corebeacon::board {
@@ -144,13 +145,17 @@ void AppendQos(xml_node parent, PerfQosId qosId, const PerfQosXmlLoadConfig& con
     AppendLevels(node, "memory-level", config.levelTable);
 }
 
+/// Its name, as long as it stands for no other QoS, and is not read as an id.
 std::string QosText(const Board& board, PerfQosId qosId) {
     const auto found = board.qos.find(qosId);
     const char* const known = PerfQosName(qosId);
+    std::string name;
     if (found != board.qos.end()) {
-        return found->second.name;
+        name = found->second.name;
+    } else if (known != nullptr) {
+        name = known;
     }
-    return known != nullptr ? known : std::to_string(qosId);
+    return QosByReference(board, name) == qosId ? name : std::to_string(qosId);
 }
 
 /// `qos` is empty where the element around tells it.
@@ -213,6 +218,20 @@ void AppendProbe(xml_node parent, const ProbeEvent& probe) {
     SetUnless(0, node, "gpu", probe.gpu);
 }
 
+/// Between tags, the library writes a carriage return as it is, where every reader takes it for the
+/// end of a line.
+std::string WithEscapedReturns(const std::string& text) {
+    std::string escaped;
+    for (const char letter : text) {
+        if (letter == '\r') {
+            escaped += "&#13;";
+        } else {
+            escaped += letter;
+        }
+    }
+    return escaped;
+}
+
 }  // namespace
 
 std::string BoardText(const Board& board) {
@@ -240,7 +259,7 @@ std::string BoardText(const Board& board) {
     AppendProbe(root, board.probe);
     std::ostringstream text;
     document.save(text, "  ");
-    return text.str();
+    return WithEscapedReturns(text.str());
 }
 
 }  // namespace corebeacon::board

@@ -18,6 +18,8 @@ void ReadProbe(Element element, ProbeEvent& probe);
 
 /// Of a QoS of the board or of the engine's own names.
 std::optional<PerfQosId> QosByName(const Board& board, std::string_view name);
+/// What an attribute `qos` stands for: an id, or else a name.
+std::optional<PerfQosId> QosByReference(const Board& board, std::string_view text);
 /// Names that a misspelt one may have meant; they live as long as the board.
 std::vector<std::string_view> QosNames(const Board& board);
 

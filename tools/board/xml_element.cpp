@@ -48,13 +48,18 @@ std::optional<std::int64_t> WholeNumber(std::string_view text) {
                                                                 : std::nullopt;
 }
 
+std::string Printable(std::string_view text) {
+    std::string printable(text);
+    std::ranges::replace_if(
+        printable,
+        [](char letter) { return static_cast<unsigned char>(letter) < 0x20 || letter == 0x7f; },
+        '?');
+    return printable;
+}
+
 std::string Quoted(std::string_view text) {
-    std::string quoted = "'";
-    for (const char letter : text.substr(0, kMaxQuotedBytes)) {
-        const bool isControl = static_cast<unsigned char>(letter) < 0x20 || letter == 0x7f;
-        quoted += isControl ? '?' : letter;
-    }
-    return quoted + (text.size() > kMaxQuotedBytes ? "...'" : "'");
+    return "'" + Printable(text.substr(0, kMaxQuotedBytes)) +
+           (text.size() > kMaxQuotedBytes ? "...'" : "'");
 }
 
 Source::Source(std::string_view text) : mText(text), mLineStarts{0} {

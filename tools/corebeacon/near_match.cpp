@@ -4,8 +4,6 @@
 #include <array>
 #include <cstddef>
 #include <numeric>
-#include <span>
-#include <utility>
 
 namespace corebeacon::tool {
 
@@ -40,31 +38,30 @@ private:
 /// How many letters must be inserted, dropped, replaced or swapped with their neighbour to turn one
 /// word into the other. `limit` and above are all the same.
 std::size_t EditDistance(std::string_view a, std::string_view b, std::size_t limit) {
-    using Row = std::array<std::size_t, kMaxWordBytes + 1>;
-    Row rows[3];
-    Row* before = &rows[0];  // the row two above
-    Row* above = &rows[1];
-    Row* row = &rows[2];
-    const auto used = [&b](Row& any) { return std::span(any).first(b.size() + 1); };
-    const std::span<std::size_t> first = used(*above);
-    std::iota(first.begin(), first.end(), std::size_t{0});
+    std::array<std::array<std::size_t, kMaxWordBytes + 1>, 3> rows;  // in turn; by prefixes of a
+    std::iota(rows[0].begin(), rows[0].begin() + static_cast<std::ptrdiff_t>(b.size()) + 1,
+              std::size_t{0});
     for (std::size_t i = 0; i < a.size(); ++i) {
-        (*row)[0] = i + 1;
+        const auto& before = rows[(i + 2) % 3];
+        const auto& above = rows[i % 3];
+        auto& row = rows[(i + 1) % 3];
+        row[0] = i + 1;
+        std::size_t least = row[0];
         for (std::size_t j = 0; j < b.size(); ++j) {
-            (*row)[j + 1] = std::min(
-                {(*above)[j] + (a[i] == b[j] ? 0U : 1U), (*row)[j] + 1, (*above)[j + 1] + 1});
+            std::size_t cell = above[j] + (a[i] == b[j] ? 0U : 1U);
+            cell = std::min(cell, std::min(row[j], above[j + 1]) + 1);
             if (i > 0 && j > 0 && a[i] == b[j - 1] && a[i - 1] == b[j]) {
-                (*row)[j + 1] = std::min((*row)[j + 1], (*before)[j - 1] + 1);
+                cell = std::min(cell, before[j - 1] + 1);
             }
+            row[j + 1] = cell;
+            least = std::min(least, cell);
         }
-        // Neither this row nor the one above, which is at most one less, leads to a nearer end.
-        if (std::ranges::min(used(*row)) >= limit) {
+        // The row above is at most one nearer, so from neither a nearer end can be reached.
+        if (least >= limit) {
             return limit;
         }
-        std::swap(before, above);
-        std::swap(above, row);
     }
-    return (*above)[b.size()];
+    return rows[a.size() % 3][b.size()];
 }
 
 /// `limit` and above are all the same.

@@ -181,5 +181,13 @@ TEST(BoardCheck, FindsAFrequencyThatIsNotListed) {
     EXPECT_EQ(Check(qos + Asking("CPU_L", "boost='150' limit='300'"), false), Findings());
 }
 
+TEST(BoardCheck, AFindingIsALineWhateverThePathHolds) {
+    sim::SimulatedDevice device;
+    const test::ScopedNodeIo nodeIo(device);
+    const Findings findings =
+        Check("<qos id='13'>\n<row min='0' max='9'><node>/a&#10;&#7;b</node></row></qos>", true);
+    EXPECT_EQ(findings, Findings{"3:24: there is no /a??b"});
+}
+
 }  // namespace
 }  // namespace corebeacon::board

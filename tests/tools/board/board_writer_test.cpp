@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <utility>
 
 #include "board/board_reader.h"
 #include "sim/eas_example.h"
@@ -131,6 +132,55 @@ TEST(BoardDocument, ItsExampleIsABoard) {
     EXPECT_EQ(read.board.qos.size(), 2U);
     EXPECT_EQ(read.board.scenarios.size(), 1U);
     EXPECT_EQ(read.board.events.size(), 1U);
+}
+
+/// The board of a description, and of what is written of it.
+std::pair<ReadBoard, ReadBoard> ReadTwice(const std::string& parts) {
+    ReadBoard first = ParseBoard("<board version='1'>" + parts + "</board>");
+    ReadBoard second = ParseBoard(BoardText(first.board));
+    for (const ReadBoard* read : {&first, &second}) {
+        for (const BoardError& error : read->errors) {
+            ADD_FAILURE() << error.message;
+        }
+    }
+    return {std::move(first), std::move(second)};
+}
+
+std::string QosNamed(unsigned id, const std::string& name) {
+    return "<qos id='" + std::to_string(id) + "' name='" + name +
+           "'><row min='0' max='9'><node>/n</node></row></qos>";
+}
+
+TEST(BoardWriterText, KeepsACarriageReturn) {
+    const auto [first, second] = ReadTwice(
+        "<qos id='13'><row base-min='1'><node>/n</node>"
+        "<level value='1'><text>a&#13;&#10;b</text></level></row></qos>");
+    ASSERT_FALSE(second.board.qos.empty());
+    EXPECT_EQ(second.board.qos.begin()->second.groups.front().level2ValueMap.at(1),
+              std::vector<std::string>{"a\r\nb"});
+}
+
+TEST(BoardWriterText, NamesAQosByItsIdWhereTheNameStandsForAnother) {
+    const std::string scenario =
+        "<scenario id='0'><set qos='80' boost='1'/><set qos='81' boost='2'/></scenario>";
+    for (const char* const name : {"TWIN", "80", "CPU_L"}) {
+        SCOPED_TRACE(name);
+        const auto [first, second] = ReadTwice(QosNamed(80, name) + QosNamed(81, name) + scenario);
+        ASSERT_EQ(second.board.scenarios.size(), 1U);
+        const std::vector<PerfRequestInfo>& requests = second.board.scenarios.front().requests;
+        ASSERT_EQ(requests.size(), 2U);
+        EXPECT_EQ(requests[0].qosId, 80U);
+        EXPECT_EQ(requests[1].qosId, 81U);
+    }
+}
+
+TEST(BoardWriterText, NamesAQosOfTheEngineByItsIdWhereTheBoardUsesItsName) {
+    const auto [first, second] =
+        ReadTwice(QosNamed(80, "GPU") +
+                  "<event id='1'><sequence qos='3'><step ms='20'><set boost='1'/>"
+                  "</step></sequence></event>");
+    ASSERT_EQ(second.board.events.size(), 1U);
+    EXPECT_EQ(second.board.events.front().qosCommands.front().qosId, PERF_QOS_GPU);
 }
 
 }  // namespace
