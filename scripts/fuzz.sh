@@ -3,7 +3,7 @@
 # unless one is named) with RUNS inputs, ten million by default, beginning with the kept corpus. What
 # leads somewhere new is gathered in build/fuzz/found/TARGET; a finding is named and ends the run.
 # fuzz.sh keep TARGET       chooses of the kept corpus and of all that was gathered the inputs that
-# together go everywhere, and keeps these.
+# together go everywhere, and keeps these; an input that was given a name stays, as it was a finding.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/quietly.sh
@@ -43,6 +43,8 @@ keep() {
     mkdir -p "$found/$target" "$corpus/$target" "$kept"
     quietly "fuzz-keep-$target.log" "$(program "$target")" -set_cover_merge=1 -use_counters=0 \
         "$kept" "$corpus/$target" "$found/$target"
+    find "$corpus/$target" -type f -regextype egrep ! -regex '.*/[0-9a-f]{40}' \
+        -exec mv {} "$kept" \;
     rm -r "${corpus:?}/$target"
     mv "$kept" "$corpus/$target"
     echo "$(find "$corpus/$target" -type f | wc -l) inputs of $target are kept"

@@ -63,6 +63,7 @@ proofs=(
     "oom | every allocation fails, once and for ever | all | suite release oom '*'"
     "fuzz-front | any bytes as operations | last | scripts/fuzz.sh front 10000000"
     "fuzz-script | any bytes as a script | last | scripts/fuzz.sh script 10000000"
+    "fuzz-board | any bytes as a board | last | scripts/fuzz.sh board 10000000"
     "fuzz-node-text | any bytes in a node | last | scripts/fuzz.sh node_text 10000000"
     "fuzz-level-text | any bytes as a level's text | last | scripts/fuzz.sh level_text 10000000"
     "mutants | a mistake in the engine is noticed | last | scripts/mutants.py --count 300"

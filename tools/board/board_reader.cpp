@@ -84,7 +84,10 @@ std::optional<PerfQosId> QosByReference(const Board& board, std::string_view tex
 std::vector<std::string_view> QosNames(const Board& board) {
     std::vector<std::string_view> names;
     for (const auto& [qosId, config] : board.qos) {
-        names.emplace_back(config.name);
+        // Nobody means one that cannot be printed, and its letters would spoil the message.
+        if (Printable(config.name) == config.name) {
+            names.emplace_back(config.name);
+        }
     }
     for (unsigned id = 0; id < PERF_QOS_INVALID; ++id) {
         if (const char* const known = PerfQosName(static_cast<PerfQosId>(id))) {

@@ -303,6 +303,12 @@ TEST(BoardReader, ShowsNoControlCharactersAndNoLongTexts) {
                       std::string(59, 'x') + "...'"}));
 }
 
+TEST(BoardReader, NeverTakesANameThatCannotBePrintedForTheOneThatWasMeant) {
+    EXPECT_EQ(MessagesOf("<qos id='80' name='GPUX&#7;'>" + kRow +
+                         "</qos><scenario id='0'><set qos='GPUX' boost='1'/></scenario>"),
+              (Errors{"unknown QoS 'GPUX'; did you mean 'GPU'?"}));
+}
+
 TEST(BoardReader, ReportsNoMoreErrorsThanAnybodyReads) {
     std::string parts;
     for (int i = 0; i < 60; ++i) {
