@@ -90,7 +90,7 @@ std::vector<PerfRequestInfo> MakeRequest(ByteSource& source, const std::vector<P
 
 const std::vector<FrontPlayer::Step> FrontPlayer::kSteps = {
     &FrontPlayer::Request,    &FrontPlayer::Request,    &FrontPlayer::Request,
-    &FrontPlayer::Request,    &FrontPlayer::BaseSet,    &FrontPlayer::Release,
+    &FrontPlayer::Inspect,    &FrontPlayer::BaseSet,    &FrontPlayer::Release,
     &FrontPlayer::Release,    &FrontPlayer::ReleaseAll, &FrontPlayer::Reset,
     &FrontPlayer::Scenario,   &FrontPlayer::Mode,       &FrontPlayer::Suspend,
     &FrontPlayer::Event,      &FrontPlayer::StartEvent, &FrontPlayer::StopEvent,

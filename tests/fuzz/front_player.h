@@ -55,6 +55,7 @@ private:
     void StartProbe();
     void StopProbe();
     void Dump();
+    void Inspect();
     void Debug();
     void InitAgain();
     void Advance();
