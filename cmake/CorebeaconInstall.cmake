@@ -14,6 +14,16 @@ install(TARGETS corebeacon_shared corebeacon_static EXPORT corebeacon_targets
 if(TARGET corebeacon)
   install(TARGETS corebeacon RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(FILES tools/board/board.xsd DESTINATION ${CMAKE_INSTALL_DATADIR}/corebeacon)
+  install(FILES man/corebeacon.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES man/corebeacon-script.5 man/corebeacon-board.5
+          DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
+  # Where the shells look when the prefix is /usr.
+  install(FILES completions/corebeacon.bash RENAME corebeacon
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES completions/_corebeacon
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+  install(FILES completions/corebeacon.fish
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 endif()
 
 install(EXPORT corebeacon_targets NAMESPACE corebeacon:: FILE corebeaconTargets.cmake

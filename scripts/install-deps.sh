@@ -6,11 +6,11 @@ set -eu
 
 packages() {
     case $1 in
-    build) echo g++ cmake ninja-build libcli11-dev libpugixml-dev nlohmann-json3-dev ;;
+    build) echo g++ cmake ninja-build libcli11-dev libpugixml-dev nlohmann-json3-dev libedit-dev ;;
     test)
         echo libgtest-dev pkg-config clang libclang-rt-dev llvm clang-format clang-tidy \
             g++-aarch64-linux-gnu qemu-user-static libpugixml-dev:arm64 libxml2-utils python3 \
-            abigail-tools mandoc \
+            abigail-tools mandoc groff-base zsh fish libedit-dev:arm64 libncurses-dev:arm64 \
             chromium chromium-driver fonts-dejavu-core
         ;;
     kernel) echo qemu-system-arm device-tree-compiler cpio xz-utils ;;

@@ -50,6 +50,14 @@ for example in boost boost_c; do
     readelf -d "$work/$example-corebeacon/$example" | grep -q 'NEEDED.*\[libcorebeacon\.so\.5\]'
 done
 "$prefix/bin/corebeacon" --version | grep -qx 'corebeacon 5\.1\.0'
+for file in man/man1/corebeacon.1 man/man5/corebeacon-script.5 man/man5/corebeacon-board.5 \
+    bash-completion/completions/corebeacon zsh/vendor-completions/_corebeacon \
+    fish/vendor_completions.d/corebeacon.fish; do
+    [ -s "$prefix/share/$file" ] || {
+        echo "not installed: share/$file"
+        exit 1
+    }
+done
 
 if ! command -v pkg-config >/dev/null; then
     echo "SKIPPED: no pkg-config on this machine; scripts/install-deps.sh test installs it"

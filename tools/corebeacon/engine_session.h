@@ -59,6 +59,8 @@ public:
     /// Null when the chip's table has none of this id.
     const ConfigurableScenario* FindScenario(PerfScenarioId id) const;
     const ConfigurableEvent* FindEvent(PerfEventId id) const;
+    const std::vector<ConfigurableScenario>& Scenarios() const { return mScenarios; }
+    const std::vector<ConfigurableEvent>& Events() const { return mEvents; }
     /// Without a node where nobody says which it is: on the kernel unless the board tells.
     const ProbeEvent& Probe() const { return mProbe; }
 

@@ -45,6 +45,7 @@ int Run(int argc, char** argv) {
     AddTableCommand(commands);
     AddCheckCommand(commands);
     AddBoardCommand(commands);
+    AddCompleteCommand(commands);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

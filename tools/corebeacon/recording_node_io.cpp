@@ -136,6 +136,11 @@ std::vector<NodeWrite> RecordingNodeIo::Take() {
     return std::exchange(mWrites, {});
 }
 
+bool RecordingNodeIo::HasWrites() {
+    MutexLock lock(mMutex);
+    return !mWrites.empty();
+}
+
 std::size_t RecordingNodeIo::CountOf(const std::string& path) {
     MutexLock lock(mMutex);
     const auto found = mCounts.find(path);

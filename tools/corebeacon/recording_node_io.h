@@ -39,6 +39,8 @@ public:
 
     /// Everything since the last call, in order of time.
     std::vector<NodeWrite> Take() EXCLUDES(mMutex);
+    /// Whether there is something to take.
+    bool HasWrites() EXCLUDES(mMutex);
     /// How many writes of a node were recorded so far, taken or not.
     std::size_t CountOf(const std::string& path) EXCLUDES(mMutex);
     /// Waits until there is something to take, but not beyond `deadline`.

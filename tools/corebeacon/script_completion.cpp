@@ -130,12 +130,6 @@ void AddParameter(Parameter kind, const VerbRow& verb, const ScriptWords& words,
     }
 }
 
-bool IsKeyless(Parameter kind) {
-    constexpr Parameter kKeyed[] = {Parameter::PID, Parameter::FOR, Parameter::QOS_VALUES,
-                                    Parameter::AS_NAME};
-    return std::ranges::find(kKeyed, kind) == std::end(kKeyed);
-}
-
 bool IsRepeatable(Parameter kind) {
     return kind == Parameter::QOS_VALUES || kind == Parameter::QOS_NAMES;
 }
@@ -171,7 +165,7 @@ std::vector<Parameter> Open(const VerbRow& verb, std::span<const std::string_vie
     for (std::size_t i = 0; i < before.size(); ++i) {
         const Parameter kind = KindOfWord(before[i]);
         if (kind == Parameter::NONE) {
-            close(std::ranges::find_if(open, IsKeyless));
+            close(std::ranges::find_if(open, IsPositional));
         } else {
             close(std::ranges::find(open, kind));
             i += kind == Parameter::AS_NAME ? 1 : 0;  // its name
@@ -184,7 +178,7 @@ std::vector<Parameter> Open(const VerbRow& verb, std::span<const std::string_vie
 void KeepFirstKeyless(std::vector<Parameter>& open) {
     bool isLater = false;
     std::erase_if(open, [&isLater](Parameter kind) {
-        return IsKeyless(kind) && std::exchange(isLater, true);
+        return IsPositional(kind) && std::exchange(isLater, true);
     });
 }
 

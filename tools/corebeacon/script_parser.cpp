@@ -71,21 +71,6 @@ const char* NameOf(Parameter kind) {
     }
 }
 
-/// Known by its place instead of by a key.
-bool IsPositional(Parameter kind) {
-    switch (kind) {
-        case Parameter::REQUEST_NAME:
-        case Parameter::TIME:
-        case Parameter::NUMBER:
-        case Parameter::CHOICE:
-        case Parameter::QOS_NAMES:
-        case Parameter::WORD:
-            return true;
-        default:
-            return false;
-    }
-}
-
 /// The verb that was meant, or else all there are.
 std::string HintAtVerb(std::string_view word) {
     std::vector<std::string_view> names;
@@ -100,7 +85,11 @@ std::string HintAtVerb(std::string_view word) {
 
 class ScriptParser {
 public:
-    explicit ScriptParser(std::string_view script) : mScript(script) {}
+    /// Both must outlive the parser.
+    ScriptParser(std::string_view script, const ScriptContext& context)
+        : mScript(script),
+          mFirstLine(context.firstLine),
+          mNames(context.names.begin(), context.names.end()) {}
 
     ParsedScript Parse();
 
@@ -124,6 +113,7 @@ private:
     bool IsFirst(Parameter kind, const Position& position);
 
     const std::string_view mScript;
+    const unsigned mFirstLine;
     ErrorList mErrors;
     std::vector<Statement> mStatements;
     std::map<std::string_view, unsigned> mNames;  // of requests, with their lines
@@ -141,7 +131,7 @@ ParsedScript ScriptParser::Parse() {
         return {{}, mErrors.Take()};
     }
     std::size_t begin = 0;
-    for (unsigned line = 1; begin < mScript.size() && !mErrors.IsFull(); ++line) {
+    for (unsigned line = mFirstLine; begin < mScript.size() && !mErrors.IsFull(); ++line) {
         const std::size_t end = std::min(mScript.find('\n', begin), mScript.size());
         ParseLine({mScript.substr(begin, end - begin), {line, 1}});
         begin = end + 1;
@@ -408,8 +398,8 @@ bool ScriptParser::IsFirst(Parameter kind, const Position& position) {
 
 }  // namespace
 
-ParsedScript ParseScript(std::string_view script) {
-    return ScriptParser(script).Parse();
+ParsedScript ParseScript(std::string_view script, const ScriptContext& context) {
+    return ScriptParser(script, context).Parse();
 }
 
 }  // namespace corebeacon::tool

@@ -10,6 +10,8 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -25,6 +27,12 @@ struct ParsedScript {
     std::vector<ScriptError> errors;    ///< in the order of the script
 };
 
-ParsedScript ParseScript(std::string_view script);
+/// What former lines of a script that is still being written have said.
+struct ScriptContext {
+    unsigned firstLine = 1;
+    std::map<std::string, unsigned> names = {};  ///< that are taken, with their lines
+};
+
+ParsedScript ParseScript(std::string_view script, const ScriptContext& context = {});
 
 }  // namespace corebeacon::tool

@@ -137,6 +137,10 @@ std::optional<TimePoint> ScriptPlayer::NextEnd() const {
     return next;
 }
 
+bool ScriptPlayer::HasNews() const {
+    return mSession.Record().HasWrites() || NextEnd().value_or(TimePoint::max()) <= SteadyNow();
+}
+
 std::vector<std::string> ScriptPlayer::NamesInForce() const {
     std::vector<std::string> names;
     for (const auto& [name, named] : mNamed) {

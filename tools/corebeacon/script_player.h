@@ -38,6 +38,8 @@ public:
     void PassTime(TimePoint until);
     /// When the next of the timed requests ends.
     std::optional<TimePoint> NextEnd() const;
+    /// Whether something has happened by itself that was not told yet.
+    bool HasNews() const;
     /// Of what can be released.
     std::vector<std::string> NamesInForce() const;
     /// Awaits the end of the last timed request. As Play.

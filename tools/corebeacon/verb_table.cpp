@@ -146,6 +146,20 @@ constexpr VerbRow kVerbs[] = {
 
 }  // namespace
 
+bool IsPositional(Parameter kind) {
+    switch (kind) {
+        case Parameter::REQUEST_NAME:
+        case Parameter::TIME:
+        case Parameter::NUMBER:
+        case Parameter::CHOICE:
+        case Parameter::QOS_NAMES:
+        case Parameter::WORD:
+            return true;
+        default:
+            return false;
+    }
+}
+
 bool VerbRow::Takes(Parameter kind) const {
     return std::ranges::find(parameters, kind, &ParameterRow::kind) != std::end(parameters);
 }

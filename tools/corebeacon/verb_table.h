@@ -23,6 +23,9 @@ enum class Parameter {
     WORD,          ///< any word
 };
 
+/// Known by its place instead of by a key.
+bool IsPositional(Parameter kind);
+
 struct ParameterRow {
     Parameter kind = Parameter::NONE;
     bool isRequired = false;

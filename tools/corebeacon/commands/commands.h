@@ -5,9 +5,10 @@
 
 namespace corebeacon::tool {
 
-void AddPlayCommands(CommandSet& commands);  ///< demo, run, do
+void AddPlayCommands(CommandSet& commands);  ///< demo, run, do, shell
 void AddTableCommand(CommandSet& commands);
 void AddCheckCommand(CommandSet& commands);
 void AddBoardCommand(CommandSet& commands);
+void AddCompleteCommand(CommandSet& commands);  ///< hidden
 
 }  // namespace corebeacon::tool

@@ -1,5 +1,5 @@
-// The commands that play a script: `run`, `do` with its own command line, `demo` with its own
-// story.
+// The commands that play statements: `run` those of a script, `do` those of its command line,
+// `shell` those that are entered, `demo` its own story.
 #include <unistd.h>
 
 #include <iostream>
@@ -9,9 +9,9 @@
 #include "commands/commands.h"
 #include "commands/session_arguments.h"
 #include "run_command.h"
-#include "text_table.h"
+#include "script_help.h"
+#include "shell_command.h"
 #include "timeline_file.h"
-#include "verb_table.h"
 
 namespace corebeacon::tool {
 
@@ -36,19 +36,6 @@ void AddTimeline(CLI::App& command, std::string& file) {
             },
             ""))
         ->type_name("FILE");
-}
-
-std::string ScriptHelp() {
-    TextTable verbs;
-    for (const VerbRow& row : VerbTable()) {
-        verbs.AddRow({std::string(row.name) + " " + std::string(row.usage)});
-        verbs.AddRow({"    " + std::string(row.summary)});
-    }
-    return "A script holds one statement a line; '#' begins a comment.\n" + verbs.Text("  ") +
-           "QOS is a name or an id, CPU_B or 2; QOS.GROUP names a group other than 0, EAS.7.\n"
-           "TIME is a number with its unit, 500ms or 2s.\n"
-           "For example:\n"
-           "  request pid=1001 for=500ms CPU_B.boost=2000000 GPU.limit=500000000 as h1\n";
 }
 
 /// `play` gets the options as far as they are good.
@@ -110,12 +97,26 @@ void AddDemo(CommandSet& commands) {
     });
 }
 
+void AddShell(CommandSet& commands) {
+    CLI::App* const shell =
+        commands.App().add_subcommand("shell", "carry out statements as they are entered");
+    auto& arguments = commands.Keep<PlayArguments>();
+    arguments.session.AddTo(*shell);
+    shell->footer(ScriptHelp() + Example("shell --chip 1"));
+    commands.Add(*shell, [shell, &arguments] {
+        return Played(*shell, arguments, [](const RunOptions& options) {
+            return RunShell(options, ::isatty(STDIN_FILENO) != 0, std::cin, std::cout, std::cerr);
+        });
+    });
+}
+
 }  // namespace
 
 void AddPlayCommands(CommandSet& commands) {
     AddDemo(commands);
     AddRun(commands);
     AddDo(commands);
+    AddShell(commands);
 }
 
 }  // namespace corebeacon::tool
