@@ -1,12 +1,13 @@
-# What `cmake --install` lays down: the headers, both libraries, the program with the schema of its
-# boards, and the two ways for another build to find them (a CMake package and a pkg-config file).
-# All of it is relocatable.
+# What `cmake --install` lays down: the headers, both libraries, the man pages, the program with the
+# schema of its boards, and the two ways for another build to find them (a CMake package and a
+# pkg-config file). All of it is relocatable.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/corebeacon)
 
 install(DIRECTORY include/corebeacon DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
         FILES_MATCHING PATTERN "*.h")
+install(FILES man/libcorebeacon.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
 install(TARGETS corebeacon_shared corebeacon_static EXPORT corebeacon_targets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}

@@ -232,6 +232,28 @@ COREBEACON_API int corebeacon_start_probe(corebeacon_engine* engine, int tid) CO
 /// StopProbe. Returns 0.
 COREBEACON_API int corebeacon_stop_probe(corebeacon_engine* engine, int tid) COREBEACON_NOEXCEPT;
 
+/// What holds in a group, as far as plain numbers tell it. May grow: set `size` before the call,
+/// and only as much is filled in.
+typedef struct corebeacon_group_state {
+    size_t size;
+    int32_t floor;  ///< the pair in force, which was written last, or would be without a suspension
+    int32_t ceiling;
+    int32_t base_floor;  ///< the pair that holds while nobody asks for anything
+    int32_t base_ceiling;
+    int32_t range_min;  ///< the bounds of requests
+    int32_t range_max;
+    uint32_t work_mode;
+    int32_t is_suspended;    ///< 1 while nothing is written
+    uint32_t request_count;  ///< requests on the group, those that do not count among them
+    uint32_t node_count;
+    uint32_t failed_node_count;  ///< nodes that did not take the last text
+} corebeacon_group_state;
+
+/// Inspect, of one group. Waits for the QoS's worker, also while its node hangs. Returns 0, or -1
+/// for a QoS or a group that this device lacks.
+COREBEACON_API int corebeacon_inspect(corebeacon_engine* engine, uint32_t qos, uint32_t group,
+                                      corebeacon_group_state* state) COREBEACON_NOEXCEPT;
+
 // The functions below that take a buffer fill it as snprintf does: at most `size` bytes, the last
 // of them a null, and they return the length of the whole text without it. A result of at least
 // `size` means that the text was cut; the next one may be longer still, since the engine goes on. A

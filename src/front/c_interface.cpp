@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstddef>
 #include <cstring>
 #include <exception>
 #include <new>
@@ -53,6 +54,33 @@ int Tell(const char* operation, char* buffer, std::size_t size, Append append) n
         const int length = CopyText(out.view(), buffer, size);
         return isDone && !out.bad() ? length : -1;
     });
+}
+
+constexpr std::size_t kFirstGroupStateSize = offsetof(corebeacon_group_state, failed_node_count) +
+                                             sizeof(corebeacon_group_state::failed_node_count);
+
+corebeacon_group_state ToPlain(const GroupState& group, std::size_t size) {
+    // Two of the items are the base values.
+    const auto isRequest = [](const GroupItemState& item) {
+        return item.handle != GroupState::kNobody;
+    };
+    const auto hasFailed = [](const NodeState& node) {
+        return node.status == NodeWriteStatus::FAILED;
+    };
+    return {
+        .size = size,
+        .floor = group.inForce.floor,
+        .ceiling = group.inForce.ceiling,
+        .base_floor = group.base.floor,
+        .base_ceiling = group.base.ceiling,
+        .range_min = group.rangeMin,
+        .range_max = group.rangeMax,
+        .work_mode = group.workMode,
+        .is_suspended = group.isSuspended ? 1 : 0,
+        .request_count = static_cast<std::uint32_t>(std::ranges::count_if(group.items, isRequest)),
+        .node_count = static_cast<std::uint32_t>(group.nodes.size()),
+        .failed_node_count =
+            static_cast<std::uint32_t>(std::ranges::count_if(group.nodes, hasFailed))};
 }
 
 int NoEngine(const char* operation) noexcept {
@@ -207,6 +235,26 @@ int corebeacon_stop_probe(corebeacon_engine* engine, int tid) noexcept {
     }
     return Guarded(__func__, [&] {
         engine->front.StopProbe(tid);
+        return 0;
+    });
+}
+
+int corebeacon_inspect(corebeacon_engine* engine, uint32_t qos, uint32_t group,
+                       corebeacon_group_state* state) noexcept {
+    if (engine == nullptr || state == nullptr || state->size < kFirstGroupStateSize) {
+        return BadArgument(__func__, "no engine or no state of a known size");
+    }
+    return Guarded(__func__, [&] {
+        std::vector<GroupState> groups;
+        if (engine->front.Inspect(static_cast<PerfQosId>(qos), groups) != 0) {
+            return -1;
+        }
+        const auto found = std::ranges::find(groups, group, &GroupState::groupId);
+        if (found == groups.end()) {
+            return BadArgument("corebeacon_inspect", "a group that the QoS has not");
+        }
+        const corebeacon_group_state plain = ToPlain(*found, state->size);
+        std::memcpy(state, &plain, std::min(state->size, sizeof(plain)));
         return 0;
     });
 }

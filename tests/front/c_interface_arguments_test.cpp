@@ -105,6 +105,12 @@ TEST_F(CArgumentsTest, AnOperationWithoutItsOtherArgumentsIsRefused) {
                   "no buffer");
     ExpectRefused("corebeacon_debug_set", corebeacon_debug_set(mEngine, nullptr, buffer, 8),
                   "no engine or no option");
+    corebeacon_group_state state = {};
+    const std::string inspect = "no engine or no state of a known size";
+    ExpectRefused("corebeacon_inspect", corebeacon_inspect(mEngine, qos, 0, &state), inspect);
+    ExpectRefused("corebeacon_inspect", corebeacon_inspect(mEngine, qos, 0, nullptr), inspect);
+    state.size = sizeof(state);
+    ExpectRefused("corebeacon_inspect", corebeacon_inspect(nullptr, qos, 0, &state), inspect);
     ExpectRefused("corebeacon_bind_trace", corebeacon_bind_trace(nullptr), "no path");
     uint32_t id = 0;
     ExpectRefused("corebeacon_qos_id", corebeacon_qos_id(nullptr, &id),

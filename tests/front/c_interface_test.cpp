@@ -342,6 +342,53 @@ TEST_F(CInterfaceTest, AProbeBindsItsThreadForItsSpan) {
     EXPECT_EQ(corebeacon_stop_probe(mEngine, 4711), 0);
 }
 
+TEST_F(CInterfaceTest, AnInspectionTellsWhatHoldsInAGroup) {
+    CreateEngine();
+    unsigned long handle = 0;
+    ASSERT_EQ(RequestInC(mEngine, 0, CpuLFloorInC(893000), handle), 0);
+    ASSERT_EQ(RequestInC(mEngine, 0, CpuLFloorInC(1211000), handle), 0);
+    corebeacon_group_state state = {};
+    state.size = sizeof(state);
+    ASSERT_EQ(corebeacon_inspect(mEngine, COREBEACON_QOS_CPU_L, 0, &state), 0);
+    std::vector<GroupState> groups;
+    ASSERT_EQ(mEngine->front.Inspect(PERF_QOS_CPU_L, groups), 0);
+    const GroupState& told = groups.at(0);
+    EXPECT_EQ(state.floor, 1211000);
+    EXPECT_EQ(state.ceiling, told.inForce.ceiling);
+    EXPECT_EQ(std::to_string(state.base_floor), kBaseMinL);
+    EXPECT_EQ(state.base_ceiling, told.base.ceiling);
+    EXPECT_EQ(state.range_min, told.rangeMin);
+    EXPECT_EQ(state.range_max, told.rangeMax);
+    EXPECT_EQ(state.work_mode, 0U);
+    EXPECT_EQ(state.is_suspended, 0);
+    EXPECT_EQ(state.request_count, 2U);
+    EXPECT_EQ(state.node_count, 2U);
+    EXPECT_EQ(state.failed_node_count, 0U);
+
+    mDevice->Remove(kMinL);
+    const uint32_t qos = COREBEACON_QOS_CPU_L;
+    ASSERT_EQ(corebeacon_release(mEngine, kPid, handle), 0);
+    ASSERT_EQ(corebeacon_set_suspend(mEngine, 1, &qos, 1), 0);
+    ASSERT_EQ(corebeacon_set_mode(mEngine, kPid, 2, &handle), 0);
+    ASSERT_EQ(corebeacon_inspect(mEngine, COREBEACON_QOS_CPU_L, 0, &state), 0);
+    EXPECT_EQ(state.floor, 893000);
+    EXPECT_EQ(state.request_count, 1U);
+    EXPECT_EQ(state.is_suspended, 1);
+    EXPECT_EQ(state.work_mode, 2U);
+    EXPECT_EQ(state.failed_node_count, 1U);
+}
+
+TEST_F(CInterfaceTest, AnInspectionNeedsAGroupThatThereIs) {
+    CreateEngine();
+    corebeacon_group_state state = {};
+    state.size = sizeof(state);
+    EXPECT_EQ(corebeacon_inspect(mEngine, COREBEACON_QOS_DDR, 0, &state), -1);
+    EXPECT_EQ(mLog.Count(LOG_LEVEL_ERROR, "no resource for qos id 4"), 1U);
+    EXPECT_EQ(corebeacon_inspect(mEngine, COREBEACON_QOS_CPU_L, 1, &state), -1);
+    EXPECT_EQ(mLog.Count(LOG_LEVEL_ERROR, "corebeacon_inspect: a group that the QoS has not"), 1U);
+    EXPECT_EQ(state.floor, 0);
+}
+
 TEST_F(CInterfaceTest, WithoutOptionsTheEngineHasAllThatIsCompiledIn) {
     StartEngine();
     std::ostringstream events;

@@ -69,9 +69,13 @@ TEST_F(CInterfaceOomTest, WhatAsksForSomethingFailsAsIfItWereRefused) {
     EXPECT_GT(Starve([&] { return corebeacon_start_probe(mEngine, 4711); }), 0);
 }
 
-TEST_F(CInterfaceOomTest, ADumpFails) {
+TEST_F(CInterfaceOomTest, ADumpAndAnInspectionFail) {
     EXPECT_GT(Starve([&] { return corebeacon_dump(mEngine, "--event", mText, sizeof(mText)); }), 0);
     EXPECT_GT(Starve([&] { return corebeacon_task_dump(mEngine, 1, mText, sizeof(mText)); }), 0);
+    corebeacon_group_state state = {};
+    state.size = sizeof(state);
+    EXPECT_GT(Starve([&] { return corebeacon_inspect(mEngine, COREBEACON_QOS_CPU_L, 0, &state); }),
+              0);
 }
 
 TEST_F(CInterfaceOomTest, WhatTakesSomethingBackNeedsNoMemory) {
