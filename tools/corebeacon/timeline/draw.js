@@ -168,6 +168,7 @@ function drawNode(ctx, view, track, node, yOf, bottom, colours) {
   if (node.t.length === 0) return;
   const [begin, end] = visibleRange(node.t, view.from, view.until);
   const isOnScale = track.isRange && node.isNumeric;
+  const isCrowded = end - begin > (view.right - view.left) / 8;
   let lastX = -Infinity;
   let lastY = NaN;
   ctx.fillStyle = colours.written;
@@ -178,7 +179,7 @@ function drawNode(ctx, view, track, node, yOf, bottom, colours) {
     const failed = node.failures[i] !== undefined;
     if (x < view.left - 4 || x > view.right + 4) continue;
     if (!failed && x - lastX < 2 && Math.abs(y - lastY) < 2) continue;
-    drawWrite(ctx, x, y, failed, colours);
+    drawWrite(ctx, x, y, failed, isCrowded ? 1.5 : 2.5, colours);
     if (!isOnScale && track.nodes[0] === node) {
       const next = i + 1 < end ? view.xOf(node.t[i + 1]) : view.right;
       const text = fitted(ctx, writtenText(node.values[i], track), next - x - 10);
@@ -194,7 +195,7 @@ function heightAt(track, t, yOf) {
   return yOf(track.steps.floor[step]);
 }
 
-function drawWrite(ctx, x, y, failed, colours) {
+function drawWrite(ctx, x, y, failed, radius, colours) {
   if (failed) {
     ctx.strokeStyle = colours.failed;
     ctx.lineWidth = 2;
@@ -207,7 +208,7 @@ function drawWrite(ctx, x, y, failed, colours) {
     return;
   }
   ctx.beginPath();
-  ctx.arc(x, y, 2.5, 0, 2 * Math.PI);
+  ctx.arc(x, y, radius, 0, 2 * Math.PI);
   ctx.fill();
 }
 

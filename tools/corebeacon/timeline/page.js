@@ -14,9 +14,9 @@ function element(name, text, className) {
   return made;
 }
 
-// Long names may break behind an underscore.
+// Long names may break behind an underscore or a slash.
 function breakable(box, text) {
-  for (const part of text.split(/(?<=_)/)) box.append(part, element('wbr'));
+  for (const part of text.split(/(?<=[_/])/)) box.append(part, element('wbr'));
   return box;
 }
 
@@ -44,7 +44,7 @@ class Tip {
   // `at` in window coordinates.
   show({title, facts}, at) {
     const list = element('dl');
-    for (const [name, value] of facts) list.append(element('dt', name), element('dd', value));
+    for (const [name, value] of facts) list.append(breakable(element('dt'), name), element('dd', value));
     this.box.replaceChildren(element('strong', title), list);
     this.box.hidden = false;
     const {offsetWidth: width, offsetHeight: height} = this.box;
