@@ -7,7 +7,8 @@
 
 namespace corebeacon::test {
 
-inline constexpr std::array<std::string_view, 30> kLogTags = {
+inline constexpr std::array<std::string_view, 31> kLogTags = {
+    "PF_C_API",
     "PF_CFG_MGR",
     "PF_CMD_MGR",
     "PF_CMD_WRAPPER",
