@@ -2,16 +2,18 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
+#include <charconv>
 #include <ctime>
 #include <optional>
 #include <sstream>
+#include <string_view>
 
 namespace corebeacon::tool {
 
 namespace {
 
-constexpr const char* kNameMark = "*****";
+constexpr std::string_view kNameMark = "*****";
+constexpr std::string_view kEntryMark = "freq=";
 constexpr int kHalfAYear = 6;
 constexpr int kMonths = 12;
 
@@ -22,40 +24,61 @@ std::tm LocalTime(WallTime time) {
     return local;
 }
 
+/// The six numbers of "10-21 4:24:25.301".
+std::optional<std::array<int, 6>> NumbersOf(const std::string& text) {
+    constexpr std::string_view kSeparators = "- ::.";
+    std::array<int, 6> numbers{};
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        const auto [next, error] = std::from_chars(at, end, numbers[i]);
+        const bool isLast = i == kSeparators.size();
+        if (error != std::errc() || (!isLast && (next == end || *next != kSeparators[i]))) {
+            return std::nullopt;
+        }
+        at = isLast ? next : next + 1;
+    }
+    return numbers;
+}
+
 /// Of "10-21 4:24:25.301", whose months begin with 0 and whose year is the one nearest to `begin`.
 std::optional<TimelineMicros> MicrosOf(const std::string& text, WallTime begin) {
-    std::array<int, 6> part{};
-    if (std::sscanf(text.c_str(), "%d-%d %d:%d:%d.%d", &part[0], &part[1], &part[2], &part[3],
-                    &part[4], &part[5]) != 6) {
+    const std::optional<std::array<int, 6>> numbers = NumbersOf(text);
+    if (!numbers) {
         return std::nullopt;
     }
+    const auto& [month, day, hour, minute, second, milli] = *numbers;
     const std::tm atBegin = LocalTime(begin);
     std::tm local{};
     local.tm_year = atBegin.tm_year;
-    if (atBegin.tm_mon - part[0] > kHalfAYear) {
+    if (atBegin.tm_mon - month > kHalfAYear) {
         ++local.tm_year;
-    } else if (part[0] - atBegin.tm_mon > kMonths - kHalfAYear) {
+    } else if (month - atBegin.tm_mon > kMonths - kHalfAYear) {
         --local.tm_year;
     }
-    local.tm_mon = part[0];
-    local.tm_mday = part[1];
-    local.tm_hour = part[2];
-    local.tm_min = part[3];
-    local.tm_sec = part[4];
+    local.tm_mon = month;
+    local.tm_mday = day;
+    local.tm_hour = hour;
+    local.tm_min = minute;
+    local.tm_sec = second;
     local.tm_isdst = -1;
     const WallTime time = std::chrono::system_clock::from_time_t(std::mktime(&local)) +
-                          std::chrono::milliseconds(part[5]);
+                          std::chrono::milliseconds(milli);
     return std::chrono::duration_cast<std::chrono::microseconds>(time - begin).count();
 }
 
 /// Of "freq=495000000 10-21 4:24:25.301  10-21 4:24:26.7", the second time perhaps missing.
 std::optional<TimelineCeiling> ParseEntry(const std::string& line, WallTime begin) {
-    TimelineCeiling entry;
-    int length = 0;
-    if (std::sscanf(line.c_str(), "freq=%d %n", &entry.value, &length) != 1 || length == 0) {
+    if (!line.starts_with(kEntryMark)) {
         return std::nullopt;
     }
-    const std::string times = line.substr(static_cast<std::size_t>(length));
+    TimelineCeiling entry;
+    const char* const end = line.data() + line.size();
+    const auto [next, error] = std::from_chars(line.data() + kEntryMark.size(), end, entry.value);
+    if (error != std::errc() || next == end || *next != ' ') {
+        return std::nullopt;
+    }
+    const std::string times(next + 1, end);
     const std::size_t gap = times.find("  ");
     entry.fromText = times.substr(0, gap);
     entry.untilText = gap == std::string::npos ? "" : times.substr(gap + 2);
@@ -88,7 +111,7 @@ std::vector<TimelineLimits> ParseLimitHistory(const std::string& dump, WallTime 
     std::istringstream lines(dump);
     for (std::string line; std::getline(lines, line);) {
         if (line.starts_with(kNameMark)) {
-            const std::size_t first = std::string(kNameMark).size();
+            const std::size_t first = kNameMark.size();
             histories.push_back({line.substr(first, line.find(':') - first), "", {}});
         } else if (const std::optional<TimelineCeiling> entry = ParseEntry(line, begin);
                    entry && !histories.empty()) {
