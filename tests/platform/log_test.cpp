@@ -291,7 +291,7 @@ TEST(Log, ALongLineIsCutWhenMemoryIsShort) {
     test::LogCapture log;
     const std::string text(5000, 'x');
     gMemoryIsShort = true;
-    VLogPrint(LOG_LEVEL_ERROR, "PF_A", "[f:1] %s", text.c_str());
+    VLogPrint(LOG_LEVEL_ERROR, "PF_TEST", "[f:1] %s", text.c_str());
     gMemoryIsShort = false;
     EXPECT_EQ(log.Texts(), (std::vector<std::string>{std::string(1023 - 6, 'x')}));
 }
