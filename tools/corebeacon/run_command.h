@@ -24,7 +24,7 @@ struct RunOptions {
     std::string command = "run";  ///< as a JSON document calls it
     bool isJson = false;          ///< one document in the end instead of an account
     Palette palette = {};
-    std::string timeline = "";  ///< the file for it, .json or .html; "" for none
+    std::string timeline = {};  ///< the file for it, .json or .html; "" for none
 };
 
 /// `path` is the script's file; "-" stands for `in`.
