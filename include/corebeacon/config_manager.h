@@ -36,6 +36,7 @@ namespace corebeacon {
 class CommandManager;
 class CommandWrapper;
 class ResourceManager;
+class GroupValueMap;
 class QosInfos;
 enum PerfCommandType : std::uint32_t;
 

@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <map>
 #include <utility>
 #include <vector>
 
@@ -89,10 +88,6 @@ using PerfEventId = std::uint32_t;
 
 /// Times inside the engine: steady clock, nanoseconds. The epoch (0) means "no time".
 using TimePoint = std::chrono::time_point<std::chrono::steady_clock, std::chrono::nanoseconds>;
-
-using OperationValueMap = std::map<PerfOperationType, int>;
-/// Group id (position of the group in its resource) to what is asked of that group.
-using GroupValueMap = std::map<unsigned int, OperationValueMap>;
 
 /// One group's part of a caller's request.
 struct GroupInfo {

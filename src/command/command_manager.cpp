@@ -178,6 +178,7 @@ int CommandManager::StoreCommand(int owner, unsigned long handle, std::uint32_t 
             return -1;
     }
     cmd.FillInHandle(handle);
+    cmd.SetTableStamp(mDepartures.load(std::memory_order_relaxed));
     const EndTimeRecord record{owner, handle, cmd.GetEndTime(), kind};
     try {
         if (!EnterCommand(record, cmd)) {
@@ -281,6 +282,7 @@ bool CommandManager::EraseCommand(int owner, unsigned long handle) {
         return false;
     }
     const bool isErased = commands->second.erase(handle) != 0;
+    mDepartures.fetch_add(1, std::memory_order_release);
     if (commands->second.empty()) {
         DropOwner(commands);
     }

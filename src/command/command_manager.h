@@ -5,6 +5,7 @@
 /// std::bad_alloc and leaves the table as it was; releases need none, but for those of an event.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <set>
@@ -77,6 +78,15 @@ public:
     /// Whether the command table holds `handle` for `pid`; expired commands may still be there.
     bool IsRegistered(int pid, unsigned long handle) const;
 
+    /// The same of a command that the table filled a handle into, by one look at a number as long
+    /// as nothing has left the table since.
+    bool IsStillRegistered(int owner, const CommandWrapper& cmd) const {
+        // Counted before the stop of what left is queued: who had its start queued behind that
+        // stop sees the count.
+        return cmd.GetTableStamp() == mDepartures.load(std::memory_order_acquire) ||
+               IsRegistered(owner, cmd.GetHandle());
+    }
+
     /// Whether a probe of the thread is stored; likewise, an expired one may still be there.
     bool IsProbed(int tid) const;
 
@@ -144,6 +154,8 @@ private:
     const unsigned int mMaxHandlesPerProcess;
     const unsigned int mMaxHandles;
     const int mReservedPid;
+
+    std::atomic<std::uint64_t> mDepartures{0};  // changed under mMutex
 
     mutable Mutex mMutex;
     // guarded by mMutex

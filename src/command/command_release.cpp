@@ -58,6 +58,7 @@ int CommandManager::BuildReleaseAllCommand(int pid, HandleCommandMap& out) {
         return -1;
     }
     out = std::move(owner->second);
+    mDepartures.fetch_add(1, std::memory_order_release);
     mCommands.erase(owner);
     // One command that cannot be turned must not leave the counts and records of the others behind.
     int result = 0;
@@ -78,6 +79,7 @@ int CommandManager::BuildReleaseAllCommand(std::unordered_map<int, HandleCommand
     mEvents.clear();
     mProbes.clear();
     out = std::move(mCommands);
+    mDepartures.fetch_add(1, std::memory_order_release);
     mCommands.clear();
     int result = 0;
     for (auto& [owner, commands] : out) {
@@ -155,6 +157,7 @@ bool CommandManager::TakeCommand(int owner, unsigned long handle, CommandWrapper
     if (stored == commands->second.end()) {
         return false;
     }
+    mDepartures.fetch_add(1, std::memory_order_release);
     mSpareCommand = commands->second.extract(stored);
     out = std::exchange(mSpareCommand.mapped(), CommandWrapper());
     if (commands->second.empty()) {

@@ -3,6 +3,7 @@
 #include <map>
 #include <utility>
 
+#include "platform/block_bank.h"
 #include "platform/logging.h"
 #include "platform/plain_format.h"
 
@@ -13,6 +14,36 @@ namespace {
 constexpr const char* LOG_TAG = "PF_CMD_WRAPPER";
 
 constexpr unsigned int kProbeGroup = 0;
+
+/// An item is made by a caller and mostly dropped by a worker. Beside those there is always but
+/// little room: enough for the start and the stop of a scenario.
+template <typename T>
+struct ItemAllocator {
+    using value_type = T;
+
+    ItemAllocator() = default;
+    template <typename Other>  // implicit: the standard library turns it into its own
+    // NOLINTNEXTLINE(google-explicit-constructor)
+    ItemAllocator(const ItemAllocator<Other>&) noexcept {}
+
+    T* allocate(std::size_t) { return static_cast<T*>(bank.Take()); }
+    void deallocate(T* memory, std::size_t) noexcept { bank.Give(memory); }
+    template <typename Other>
+    bool operator==(const ItemAllocator<Other>&) const noexcept {
+        return true;
+    }
+
+    static constexpr std::size_t kBlocks = 48;
+    static constinit BlockBank<sizeof(T), kBlocks> bank;
+};
+
+template <typename T>
+constinit BlockBank<sizeof(T), ItemAllocator<T>::kBlocks> ItemAllocator<T>::bank;
+
+template <typename... Source>
+std::shared_ptr<PerfCommandItem> MakeItem(const Source&... source) {
+    return std::allocate_shared<PerfCommandItem>(ItemAllocator<PerfCommandItem>(), source...);
+}
 
 void DumpItem(const PerfCommandItem& item, std::ostringstream& out) {
     out << "{" << item.qosId << ": ";
@@ -50,19 +81,24 @@ void CommandWrapper::FillInWorkMode(PerfWorkMode mode) {
             return;
         }
         if (item.use_count() > 1) {
-            item = std::make_shared<PerfCommandItem>(*item);
+            item = MakeItem(*item);
         }
         item->workMode = mode;
     }
 }
 
 void CommandWrapper::InsertRequestCommand(PerfQosId qos, GroupValueMap groups) {
-    InsertEventCommand(qos, mStartTime, mEndTime, std::move(groups));
+    AppendItem(qos, mStartTime, mEndTime, std::move(groups));
 }
 
 void CommandWrapper::InsertEventCommand(PerfQosId qos, const TimePoint& start, const TimePoint& end,
                                         GroupValueMap groups) {
-    auto item = std::make_shared<PerfCommandItem>();
+    AppendItem(qos, start, end, std::move(groups));
+}
+
+void CommandWrapper::AppendItem(PerfQosId qos, const TimePoint& start, const TimePoint& end,
+                                GroupValueMap&& groups) {
+    auto item = MakeItem();
     item->qosId = qos;
     item->startTime = start;
     item->endTime = end;

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "command/handle.h"
+#include "config/group_values.h"
 #include "corebeacon/perf_types.h"
 #include "platform/small_vector.h"
 
@@ -77,6 +78,9 @@ public:
     const TimePoint& GetStartTime() const { return mStartTime; }
     const TimePoint& GetEndTime() const { return mEndTime; }
     void SetEndTime(const TimePoint& end) { mEndTime = end; }
+    /// What the handle table remembers a wrapper's entry by.
+    std::uint64_t GetTableStamp() const { return mTableStamp; }
+    void SetTableStamp(std::uint64_t stamp) { mTableStamp = stamp; }
     /// Milliseconds, as the caller gave them.
     unsigned int GetDuration() const { return mDuration; }
     const CommandItems& GetItems() const { return mItems; }
@@ -120,11 +124,15 @@ public:
     void Dump(std::ostringstream& out) const;
 
 private:
+    void AppendItem(PerfQosId qos, const TimePoint& start, const TimePoint& end,
+                    GroupValueMap&& groups);
+
     PerfCommandType mType = PERF_COMMAND_SHORT_START;
     unsigned long mHandle = kNoHandle;
     TimePoint mStartTime;
     TimePoint mEndTime;
     CommandItems mItems;
+    std::uint64_t mTableStamp = 0;
     unsigned int mDuration = 0;
     bool mIsProbe = false;
 };

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <vector>
 
+#include "config/group_values.h"
 #include "corebeacon/configurable_event.h"
 #include "corebeacon/perf_types.h"
 

@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "config/group_values.h"
 #include "corebeacon/perf_types.h"
 
 namespace corebeacon {

@@ -6,6 +6,7 @@
 #include <sstream>
 #include <vector>
 
+#include "config/group_values.h"
 #include "corebeacon/configurable_scenario.h"
 #include "corebeacon/perf_types.h"
 

@@ -146,7 +146,8 @@ int PerfResource::NormalCommandProcess(const PerfCommandItem& item,
         }
         const std::shared_ptr<PerfGroup>& group = mGroups[groupId];
         group->UpdateCurrTimePoint(now);
-        if (handler(group, mCommandSlot.Fill(item, values)) < 0) {
+        const PerfGroupCommand command{item.handle, item.startTime, item.endTime, values};
+        if (handler(group, command) < 0) {
             LOGE("[%s:%d] [%s] commandHandleFunc failed in group %u", mName.c_str(), groupId);
             return -1;
         }

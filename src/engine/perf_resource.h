@@ -26,7 +26,6 @@
 #include "corebeacon/qos_config.h"
 #include "engine/command_fifo.h"
 #include "engine/dump_info.h"
-#include "engine/group_command_slot.h"
 #include "engine/perf_group.h"
 #include "platform/mutex.h"
 #include "platform/thread_annotations.h"
@@ -162,9 +161,6 @@ private:
     bool HandlePrintInfoLocked(bool isBaseInfo, std::uint64_t wanted, std::ostringstream& out)
         REQUIRES(mLogMutex);
     void PrintBaseInfo(std::ostringstream& out) const REQUIRES(mLogMutex);
-
-    // Worker thread only, once it runs.
-    GroupCommandSlot mCommandSlot;
 
     // Owner's thread only.
     std::thread mThread;

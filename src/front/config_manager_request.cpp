@@ -90,7 +90,7 @@ int ConfigManager::SendRegistered(int owner, CommandWrapper& cmd) {
         throw;
     }
     if (cmd.GetType() == PERF_COMMAND_BASE_SET ||
-        mState->commandManager.IsRegistered(owner, cmd.GetHandle())) {
+        mState->commandManager.IsStillRegistered(owner, cmd)) {
         return 0;
     }
     // A release-all took the handle between its registration and the sending, so its stop may have
@@ -136,7 +136,9 @@ QosInfos ConfigManager::RequestFilter(const std::vector<PerfRequestInfo>& reques
     filtered.reserve(request.size());
     for (const PerfRequestInfo& info : request) {
         const PerfQosId qosId = (info.qosId == PERF_QOS_EAS_BASE) ? PERF_QOS_EAS : info.qosId;
-        filtered.push_back({qosId, BuildGroupInfo(info.groups)});
+        QosInfoInt& entry = filtered.emplace_back();
+        entry.qosId = qosId;
+        entry.groups = BuildGroupInfo(info.groups);
     }
     const auto isBefore = [](const QosInfoInt& a, const QosInfoInt& b) {
         return a.qosId < b.qosId;

@@ -6,61 +6,68 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <memory>
 #include <utility>
-#include <vector>
 
 namespace corebeacon {
 
-/// `kInside` elements need no heap. T is default-constructible; unused places hold such a T.
+/// `kInside` elements need no heap. T is default-constructible.
 template <typename T, std::size_t kInside>
 class SmallVector {
 public:
     using value_type = T;
 
     SmallVector() = default;
-    SmallVector(const SmallVector&) = default;
-    SmallVector& operator=(const SmallVector&) = default;
-    SmallVector(SmallVector&& other) noexcept
-        : mInside(std::move(other.mInside)),
-          mOutside(std::move(other.mOutside)),
-          mSize(std::exchange(other.mSize, 0)) {
-        other.mOutside.clear();
+    SmallVector(const SmallVector& other) { *this = other; }
+    SmallVector& operator=(const SmallVector& other) {
+        if (this != &other) {
+            reserve(other.mSize);
+            std::copy(other.begin(), other.end(), begin());
+            truncate(std::min(mSize, other.mSize));
+            mSize = other.mSize;
+        }
+        return *this;
     }
+    SmallVector(SmallVector&& other) noexcept
+        : mSize(std::exchange(other.mSize, 0)),
+          mCapacity(std::exchange(other.mCapacity, kInside)),
+          mOutside(std::move(other.mOutside)),
+          mInside(std::move(other.mInside)) {}
     SmallVector& operator=(SmallVector&& other) noexcept {
-        mInside = std::move(other.mInside);
-        mOutside = std::move(other.mOutside);
         mSize = std::exchange(other.mSize, 0);
-        other.mOutside.clear();
+        mCapacity = std::exchange(other.mCapacity, kInside);
+        mOutside = std::move(other.mOutside);
+        mInside = std::move(other.mInside);
         return *this;
     }
     ~SmallVector() = default;
 
     std::size_t size() const { return mSize; }
     bool empty() const { return mSize == 0; }
-    T* begin() { return IsInside() ? mInside.data() : mOutside.data(); }
+    T* begin() { return mOutside == nullptr ? mInside.data() : mOutside.get(); }
     T* end() { return begin() + mSize; }
-    const T* begin() const { return IsInside() ? mInside.data() : mOutside.data(); }
+    const T* begin() const { return mOutside == nullptr ? mInside.data() : mOutside.get(); }
     const T* end() const { return begin() + mSize; }
     T& operator[](std::size_t at) { return begin()[at]; }
     const T& operator[](std::size_t at) const { return begin()[at]; }
     const T& front() const { return *begin(); }
+    T& back() { return *(end() - 1); }
     const T& back() const { return *(end() - 1); }
 
-    /// Makes room for `capacity` elements.
+    /// Makes room for `capacity` elements. When memory runs out nothing has changed.
     void reserve(std::size_t capacity) {
-        if (capacity > kInside) {
-            mOutside.reserve(capacity);
+        if (capacity > mCapacity) {
+            MoveOutside(capacity);
         }
     }
-    void push_back(T value) {
-        if (mSize < kInside && IsInside()) {
-            mInside[mSize] = std::move(value);
-        } else {
-            MoveOutside();
-            mOutside.push_back(std::move(value));
+    /// Appends a place for an element, to be filled: what it holds is not defined.
+    T& emplace_back() {
+        if (mSize == mCapacity) {
+            MoveOutside(2 * mCapacity);
         }
-        ++mSize;
+        return begin()[mSize++];
     }
+    void push_back(T value) { emplace_back() = std::move(value); }
     /// Puts `value` ahead of the element at `at`.
     void insert(std::size_t at, T value) {
         push_back(std::move(value));
@@ -68,13 +75,8 @@ public:
     }
     /// Drops all from the element at `size` on.
     void truncate(std::size_t size) {
-        if (size == mSize) {
-            return;
-        }
-        if (IsInside()) {
-            std::fill(begin() + size, end(), T());
-        } else {
-            mOutside.erase(mOutside.begin() + static_cast<std::ptrdiff_t>(size), mOutside.end());
+        for (T *dropped = begin() + size, *last = end(); dropped != last; ++dropped) {
+            *dropped = T();
         }
         mSize = size;
     }
@@ -84,20 +86,17 @@ public:
     }
 
 private:
-    /// All elements are in one place: once one is outside, all are, until none is left.
-    bool IsInside() const { return mOutside.empty(); }
-    void MoveOutside() {
-        if (IsInside()) {
-            mOutside.reserve(std::max(mOutside.capacity(), 2 * kInside));
-            for (T& value : mInside) {
-                mOutside.push_back(std::exchange(value, T()));
-            }
-        }
+    void MoveOutside(std::size_t capacity) {
+        auto larger = std::make_unique<T[]>(capacity);
+        std::move(begin(), end(), larger.get());
+        mOutside = std::move(larger);
+        mCapacity = capacity;
     }
 
-    std::array<T, kInside> mInside{};
-    std::vector<T> mOutside;
     std::size_t mSize = 0;
+    std::size_t mCapacity = kInside;
+    std::unique_ptr<T[]> mOutside;  // all elements, once they were too many; null before
+    std::array<T, kInside> mInside{};
 };
 
 }  // namespace corebeacon

@@ -75,8 +75,8 @@ int EasResource::RequestValidate(PerfCommandType type, GroupValueMap& groups) {
         LOGE("[%s:%d] [%s] invalid group num: %zu", mName.c_str(), groups.size());
         return -1;
     }
-    if (!groups.empty() && groups.rbegin()->first >= kMaxGroupCount) {
-        LOGE("[%s:%d] [%s] invalid group id: %u", mName.c_str(), groups.rbegin()->first);
+    if (!groups.empty() && groups.back().first >= kMaxGroupCount) {
+        LOGE("[%s:%d] [%s] invalid group id: %u", mName.c_str(), groups.back().first);
         return -1;
     }
     if (GroupValidate(type, groups) != 0) {
