@@ -1,6 +1,7 @@
 // What an engine costs while nothing happens, told about itself:
-//   corebeacon_at_rest engine|threads SECONDS
-// Once with all QoS and an untimed request in force, once as an empty process with as many threads.
+//   corebeacon_at_rest engine|idle SECONDS | threads SECONDS COUNT
+// With all QoS and an untimed request in force; with nothing in force; as an empty process with as
+// many threads.
 #include <unistd.h>
 
 #include <chrono>
@@ -61,7 +62,7 @@ long ResidentKib() {
     return StatusNumber("/proc/self/status", "VmRSS:");
 }
 
-int RunEngine(int seconds) {
+int RunEngine(int seconds, bool isIdle) {
     const std::unique_ptr<sim::SimulatedDevice> device = sim::SimulatedDevice::ForChip(0);
     device->SetRecordLimit(0);
     SetNodeIo(device.get());
@@ -77,7 +78,7 @@ int RunEngine(int seconds) {
             std::chrono::steady_clock::now() - begin;
         std::printf("init_ms %.2f\n", took.count());
         unsigned long handle = 0;
-        if (!isReady || front.PerfSetScenario(1, 1, handle) != 0) {
+        if (!isReady || (!isIdle && front.PerfSetScenario(1, 1, handle) != 0)) {
             return 1;
         }
         ReportRest(seconds);
@@ -116,12 +117,13 @@ int RunThreads(int seconds, int count) {
 }  // namespace
 
 int main(int count, char** arguments) {
-    if (count >= 3 && std::string_view(arguments[1]) == "engine") {
-        return RunEngine(std::atoi(arguments[2]));
+    const std::string_view kind = count >= 3 ? arguments[1] : "";
+    if (kind == "engine" || kind == "idle") {
+        return RunEngine(std::atoi(arguments[2]), kind == "idle");
     }
-    if (count >= 4 && std::string_view(arguments[1]) == "threads") {
+    if (count >= 4 && kind == "threads") {
         return RunThreads(std::atoi(arguments[2]), std::atoi(arguments[3]));
     }
-    std::fputs("usage: corebeacon_at_rest engine SECONDS | threads SECONDS COUNT\n", stderr);
+    std::fputs("usage: corebeacon_at_rest engine|idle SECONDS | threads SECONDS COUNT\n", stderr);
     return 2;
 }

@@ -51,6 +51,8 @@ measure two 'one_qos|scenario|throughput'
 echo "=== at rest"
 build/bench-release/bench/corebeacon_at_rest engine "$rest_seconds" | tee "$out/rest.txt"
 threads=$(awk '/threads/ { print $NF - 1 }' "$out/rest.txt")
+echo "with nothing in force:"
+build/bench-release/bench/corebeacon_at_rest idle "$rest_seconds"
 echo "an empty process with as many threads:"
 build/bench-release/bench/corebeacon_at_rest threads 1 "$threads"
 cp build/bench-release/src/libcorebeacon.so "$out/stripped.so"
@@ -64,4 +66,9 @@ if command -v valgrind >/dev/null; then
         cmake --build build/bench-without-lines --target corebeacon_counted_requests
     echo "with lines that are off: $(instructions build/bench-release)"
     echo "without lines:           $(instructions build/bench-without-lines)"
+    if command -v python3 >/dev/null; then
+        echo "=== what one request and one release need of the caches"
+        bench/touched_lines.py build/bench-release/bench/corebeacon_counted_requests \
+            'ConfigManager::PerfRequest(' 'ConfigManager::PerfRelease('
+    fi
 fi

@@ -352,6 +352,41 @@ TEST_F(CommandTable, KnowsWhichHandleIsRegisteredForWhom) {
     EXPECT_FALSE(mManager.IsRegistered(kPid, handle));
 }
 
+TEST_F(CommandTable, KnowsWhetherAStoredCommandIsStillThereWhateverElseHasLeft) {
+    CommandManager manager;
+    const auto store = [this, &manager](CommandWrapper cmd) {
+        unsigned long handle = 0;
+        EXPECT_EQ(manager.RequestHandle(kPid, Now(), cmd, handle), 0);
+        return cmd;
+    };
+    const auto isThere = [&manager](const CommandWrapper& cmd) {
+        return manager.IsStillRegistered(kPid, cmd);
+    };
+    CommandWrapper out;
+    const CommandWrapper released = store(Untimed());
+    const CommandWrapper withdrawn = store(Untimed());
+    const CommandWrapper expired = store(Timed(20));
+    const CommandWrapper swept = store(Untimed());
+    EXPECT_TRUE(isThere(released) && isThere(withdrawn) && isThere(expired) && isThere(swept));
+    manager.BuildReleaseCommand(kPid, released.GetHandle(), out);
+    EXPECT_FALSE(isThere(released));
+    EXPECT_TRUE(isThere(withdrawn) && isThere(expired) && isThere(swept));
+    manager.Withdraw(kPid, withdrawn.GetHandle());
+    EXPECT_FALSE(isThere(withdrawn));
+    EXPECT_TRUE(isThere(expired) && isThere(swept));
+    mClock.Advance(std::chrono::milliseconds(20));
+    const CommandWrapper late = store(Untimed());
+    EXPECT_FALSE(isThere(expired));
+    EXPECT_TRUE(isThere(swept) && isThere(late));
+    HandleCommandMap all;
+    manager.BuildReleaseAllCommand(kPid, all);
+    EXPECT_FALSE(isThere(swept) || isThere(late));
+    const CommandWrapper last = store(Untimed());
+    std::unordered_map<int, HandleCommandMap> everything;
+    manager.BuildReleaseAllCommand(everything);
+    EXPECT_FALSE(isThere(last));
+}
+
 TEST_F(CommandTable, AnExpiredRecordWithoutItsCommandIsJustDropped) {
     const unsigned long handle = Request(kPid, Timed(20));
     ASSERT_TRUE(CommandManagerPeer::EraseCommand(mManager, kPid, handle));
