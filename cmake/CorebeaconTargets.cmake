@@ -24,6 +24,11 @@ function(corebeacon_module name)
   endif()
 endfunction()
 
+# corebeacon_seldom(a.cpp ...): files of a module that run once or for a person, built for size.
+function(corebeacon_seldom)
+  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS $<$<CONFIG:Release>:-Os>)
+endfunction()
+
 # Tests are compiled for the person who waits for them: what they say is not timed, and an optimiser
 # spends most of its time on their macros. The library under them keeps the build type's flags.
 add_library(corebeacon_test_flags INTERFACE)

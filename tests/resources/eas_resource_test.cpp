@@ -79,8 +79,12 @@ protected:
     OperationValueMap Gained(GroupValueMap groups, unsigned int switchId = 9) {
         const GroupValueMap asked = groups;
         EXPECT_EQ(mResource->RequestValidate(PERF_COMMAND_LONG_START, groups), 0);
-        GroupValueMap rest = groups;
-        rest.erase(switchId);
+        GroupValueMap rest;
+        for (const auto& [groupId, values] : groups) {
+            if (groupId != switchId) {
+                rest.emplace(groupId, values);
+            }
+        }
         EXPECT_EQ(rest, asked);
         return groups[switchId];
     }
