@@ -332,7 +332,9 @@ int NaiveEngine::StartEvent(std::uint32_t id, unsigned int duration) {
         for (const SequenceCommand& step : qos.sequence) {
             GroupValueMap groups;
             for (const GroupInfo& group : step.groups) {
-                groups[group.groupId].insert(group.values.begin(), group.values.end());
+                for (const auto& [operation, value] : group.values) {
+                    groups[group.groupId].emplace(operation, value);
+                }
             }
             const TimePoint end = start + std::chrono::milliseconds(step.duration);
             if (duration == 0) {
