@@ -66,6 +66,18 @@ public:
         return {&added, true};
     }
 
+    void clear() { mEntries.truncate(0); }
+    /// How many there were: 0 or 1.
+    std::size_t erase(Key key) {
+        const iterator entry = find(key);
+        if (entry == end()) {
+            return 0;
+        }
+        std::rotate(entry, entry + 1, end());
+        mEntries.truncate(size() - 1);
+        return 1;
+    }
+
     friend bool operator==(const FlatMap& a, const FlatMap& b) { return a.mEntries == b.mEntries; }
 
 private:

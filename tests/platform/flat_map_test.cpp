@@ -42,7 +42,7 @@ TEST(FlatMap, HoldsWhatAMapHoldsAfterAnyRunOfChanges) {
         for (int step = 0; step < 20; ++step) {
             const unsigned int key = random() % keys;
             const unsigned int inner = random() % keys;
-            switch (random() % 3) {
+            switch (random() % 4) {
                 case 0:
                     flat[key][inner] = step;
                     naive[key][inner] = step;
@@ -53,6 +53,9 @@ TEST(FlatMap, HoldsWhatAMapHoldsAfterAnyRunOfChanges) {
                     ASSERT_EQ(entry->first, key);
                     break;
                 }
+                case 2:
+                    ASSERT_EQ(flat.erase(key), naive.erase(key));
+                    break;
                 default:
                     ASSERT_EQ(flat.find(key) != flat.end(), naive.contains(key));
                     ASSERT_EQ(std::as_const(flat).find(key) != flat.end(), naive.contains(key));
