@@ -231,9 +231,9 @@ bool EngineSession::RulesAGroup(unsigned long handle) const {
 }
 
 std::optional<std::string> EngineSession::ReadValue(const std::string& path) const {
-    std::string bytes;
-    return ReadNode(path, bytes) == NodeStatus::READ ? std::optional(NodeText(bytes))
-                                                     : std::nullopt;
+    NodeReading reading = mReader.Read(path);
+    return reading.status == NodeReading::READ ? std::optional(std::move(reading.text))
+                                               : std::nullopt;
 }
 
 }  // namespace corebeacon::tool

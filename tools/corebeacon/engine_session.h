@@ -17,6 +17,7 @@
 #include "node_names.h"
 #include "recording_node_io.h"
 #include "sim/simulated_device.h"
+#include "verify/timed_reader.h"
 
 namespace corebeacon::tool {
 
@@ -75,8 +76,10 @@ public:
     /// `handle` is what the engine gave out; one that is 1024 apart may be taken for it.
     bool RulesAGroup(unsigned long handle) const;
 
-    /// What a read of the node gives, if it can be read.
+    /// What a read of the node gives, if it can be read and answers in time.
     std::optional<std::string> ReadValue(const std::string& path) const;
+    /// For whoever has to know why not.
+    TimedReader& Reader() { return mReader; }
 
 private:
     explicit EngineSession(const SessionOptions& options);
@@ -90,6 +93,7 @@ private:
     std::optional<board::Board> mBoard;                // narrowed by the engine
     std::unique_ptr<sim::SimulatedDevice> mSimulated;  // null on the kernel
     std::unique_ptr<RecordingNodeIo> mRecord;
+    mutable TimedReader mReader;                  // gone before what it reads
     std::optional<PerfQosEasConfig> mTaskGroups;  // for the built-in tables on the simulated device
     std::vector<ConfigurableEvent> mEvents;
     std::vector<ConfigurableScenario> mScenarios;

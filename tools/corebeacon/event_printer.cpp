@@ -116,8 +116,8 @@ void EventPrinter::Written(const NodeWrite& write, bool isRepetition) {
     mOut << "    " << Padded(name.qos, mWidths.qos) << "  " << Padded(name.brief, mWidths.brief)
          << "  " << mPalette.value << write.value << mPalette.reset;
     if (!write.failure.empty()) {
-        mOut << (write.value.empty() ? "" : "  ") << mPalette.failure
-             << "FAILED: " << write.failure << mPalette.reset;
+        mOut << (write.value.empty() ? "" : "  ") << mPalette.failure << "FAILED: " << write.failure
+             << mPalette.reset;
     }
     mOut << "\n" << std::flush;
 }

@@ -21,8 +21,7 @@ namespace corebeacon::tool {
 class EventPrinter : public RunObserver {
 public:
     /// `expected` tell which nodes to expect, for the width of the columns.
-    EventPrinter(std::ostream& out, std::vector<Statement> expected,
-                 const Palette& palette = {});
+    EventPrinter(std::ostream& out, std::vector<Statement> expected, const Palette& palette = {});
 
     /// `names` must outlive the printer.
     void SetColumns(const NodeNames& names, const NodeNameWidths& widths, TimePoint begin);
@@ -48,7 +47,7 @@ private:
     const std::vector<Statement> mExpected;
     const Palette mPalette;
     const EngineSession* mSession = nullptr;  // the run's
-    const NodeNames* mNames = nullptr;  // the session's
+    const NodeNames* mNames = nullptr;        // the session's
     NodeNameWidths mWidths;
     TimePoint mBegin;
     TimePoint mLast;               // of the line printed last: time never goes back

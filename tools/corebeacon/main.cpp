@@ -42,6 +42,8 @@ int Run(int argc, char** argv) {
 
     CommandSet commands(app);
     AddPlayCommands(commands);
+    AddExplainCommand(commands);
+    AddWatchCommand(commands);
     AddTableCommand(commands);
     AddCheckCommand(commands);
     AddBoardCommand(commands);

@@ -49,6 +49,7 @@ public:
     ErrnoKeeper(const ErrnoKeeper&) = delete;
     ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
 
+    int Error() const { return mErrno; }
     std::string Text() const { return SysWrapper::ErrnoText(mErrno).Text(); }
 
 private:
@@ -88,7 +89,10 @@ int RecordingNodeIo::Open(const char* path, int flags) {
     }
     const ErrnoKeeper result;
     if (fd < 0) {
-        Record(path, "", "cannot be opened: " + result.Text());
+        Record({.path = path,
+                .failure = "cannot be opened: " + result.Text(),
+                .error = result.Error(),
+                .isOpening = true});
     } else {
         MutexLock lock(mMutex);
         mPaths[fd] = path;
@@ -109,7 +113,10 @@ ssize_t RecordingNodeIo::Write(int fd, const void* data, std::size_t size) {
     } else if (static_cast<std::size_t>(written) != size) {
         failure = "took " + std::to_string(written) + " of " + std::to_string(size) + " bytes";
     }
-    Record(PathOf(fd), NodeText({static_cast<const char*>(data), size}), std::move(failure));
+    Record({.path = PathOf(fd),
+            .value = NodeText({static_cast<const char*>(data), size}),
+            .failure = std::move(failure),
+            .error = written < 0 ? result.Error() : 0});
     return written;
 }
 
@@ -127,7 +134,11 @@ int RecordingNodeIo::Ioctl(int fd, unsigned long request, void* argument) {
     std::string text = IoctlText(request, argument);
     const int answer = mDevice.Ioctl(fd, request, argument);
     const ErrnoKeeper result;
-    Record(PathOf(fd), std::move(text), answer < 0 ? result.Text() : "");
+    Record({.path = PathOf(fd),
+            .value = std::move(text),
+            .failure = answer < 0 ? result.Text() : "",
+            .error = answer < 0 ? result.Error() : 0,
+            .isIoctl = true});
     return answer;
 }
 
@@ -160,10 +171,11 @@ std::string RecordingNodeIo::PathOf(int fd) {
     return found != mPaths.end() ? found->second : std::string();
 }
 
-void RecordingNodeIo::Record(std::string path, std::string value, std::string failure) {
+void RecordingNodeIo::Record(NodeWrite write) {
     MutexLock lock(mMutex);
-    ++mCounts[path];
-    mWrites.push_back({SteadyNow(), std::move(path), std::move(value), std::move(failure)});
+    ++mCounts[write.path];
+    write.time = SteadyNow();
+    mWrites.push_back(std::move(write));
     mRecorded.NotifyAll();
 }
 

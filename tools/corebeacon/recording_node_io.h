@@ -17,10 +17,13 @@ namespace corebeacon::tool {
 
 /// One attempt to tell a node something.
 struct NodeWrite {
-    TimePoint time;  ///< when it was over
-    std::string path;
-    std::string value;    ///< for a person: text as it is, binary as a number
-    std::string failure;  ///< why it came to nothing, "" if it succeeded
+    TimePoint time = {};  ///< when it was over
+    std::string path = {};
+    std::string value = {};    ///< for a person: text as it is, binary as a number
+    std::string failure = {};  ///< why it came to nothing, "" if it succeeded
+    int error = 0;             ///< errno of a failure; 0 for a write that was cut short
+    bool isOpening = false;    ///< it was not even opened
+    bool isIoctl = false;
 };
 
 /// What `bytes` of a node mean to a person: the text without its last newline; four bytes that are
@@ -48,7 +51,7 @@ public:
 
 private:
     std::string PathOf(int fd) EXCLUDES(mMutex);
-    void Record(std::string path, std::string value, std::string failure) EXCLUDES(mMutex);
+    void Record(NodeWrite write) EXCLUDES(mMutex);
 
     NodeIo& mDevice;
 

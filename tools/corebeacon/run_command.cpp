@@ -2,39 +2,54 @@
 
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <memory>
 #include <optional>
+#include <sstream>
+#include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "demo_story.h"
 #include "event_printer.h"
 #include "interruption.h"
 #include "json_printer.h"
-#include "script_parser.h"
 #include "script_player.h"
+#include "script_source.h"
 #include "timeline_file.h"
 #include "timeline_recorder.h"
+#include "verify/node_watch.h"
+#include "verify/write_verifier.h"
 
 namespace corebeacon::tool {
 
 namespace {
 
-/// One byte more than the parser takes, so that it can say that the script is too long.
-constexpr std::size_t kMaxReadBytes = kMaxScriptBytes + 1;
-
-std::optional<std::string> ReadAll(std::istream& in) {
-    std::string text(kMaxReadBytes, '\0');
-    in.read(text.data(), static_cast<std::streamsize>(text.size()));
-    if (in.bad()) {
-        return std::nullopt;
+/// What anybody else writes to the nodes that the run wrote.
+std::vector<NodeChange> WatchAfterwards(const ScriptPlayer& player, std::chrono::milliseconds span,
+                                        EngineSession& session, std::ostream& out) {
+    std::vector<NodeChange> changes;
+    if (span.count() == 0 || Interruption() != 0) {
+        return changes;
     }
-    text.resize(static_cast<std::size_t>(in.gcount()));
-    return text;
+    NodeWatch watch(player.WrittenNodes(), session.Reader());
+    out << "\nWatching " << watch.Size() << (watch.Size() == 1 ? " node\n" : " nodes\n")
+        << std::flush;
+    Watch({.span = span}, session, watch, [&](const NodeChange& change) {
+        changes.push_back(change);
+        out << ChangeText(change, player.BeginTime(), session.Names()) << "\n" << std::flush;
+    });
+    return changes;
 }
 
-std::optional<std::string> ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return file.is_open() ? ReadAll(file) : std::nullopt;
+void AddFindings(Json& document, const std::optional<WriteVerifier>& verifier,
+                 const RunOptions& options, const std::vector<NodeChange>& changes,
+                 TimePoint begin) {
+    if (verifier) {
+        document["verify"] = verifier->ToJson();
+    }
+    if (options.watch.count() != 0) {
+        document["watch"] = ChangesJson(changes, begin);
+    }
 }
 
 void TellUnwritable(const std::string& path, std::ostream& diagnostics) {
@@ -55,34 +70,21 @@ bool KeepTimeline(const Timeline& timeline, const std::string& path, std::ostrea
 
 int RunScript(const std::string& path, const RunOptions& options, std::istream& in,
               std::ostream& out, std::ostream& diagnostics) {
-    const bool isStandardInput = path == "-";
-    errno = 0;
-    const std::optional<std::string> script = isStandardInput ? ReadAll(in) : ReadFile(path);
-    const std::string name = isStandardInput ? "<stdin>" : path;
-    if (!script) {
-        diagnostics << "corebeacon: cannot read " << name << ": " << std::strerror(errno) << "\n";
-        return kExitBadInput;
-    }
-    return PlayScript(*script, name, options, out, diagnostics);
+    const std::optional<ScriptText> script = ReadScript(path, in, diagnostics);
+    return script ? PlayScript(script->text, script->name, options, out, diagnostics)
+                  : kExitBadInput;
 }
 
 int RunStatements(const std::vector<std::string>& statements, const RunOptions& options,
                   std::ostream& out, std::ostream& diagnostics) {
-    std::string script;
-    for (const std::string& statement : statements) {
-        script += statement + "\n";
-    }
-    return PlayScript(script, "<command line>", options, out, diagnostics);
+    const ScriptText script = JoinStatements(statements);
+    return PlayScript(script.text, script.name, options, out, diagnostics);
 }
 
 int PlayScript(std::string_view script, const std::string& name, const RunOptions& options,
                std::ostream& out, std::ostream& diagnostics) {
-    const ParsedScript parsed = ParseScript(script);
-    for (const ScriptError& error : parsed.errors) {
-        diagnostics << name << ":" << error.position.line << ":" << error.position.column << ": "
-                    << error.message << "\n";
-    }
-    if (!parsed.errors.empty()) {
+    const auto statements = ParseOrTell(script, name, diagnostics);
+    if (!statements) {
         return kExitBadInput;
     }
     if (!options.timeline.empty() && !CreateTimelineFile(options.timeline)) {
@@ -94,7 +96,7 @@ int PlayScript(std::string_view script, const std::string& name, const RunOption
         diagnostics << "corebeacon: the engine does not start; its log above tells why\n";
         return kExitFailed;
     }
-    EventPrinter printer(out, parsed.statements, options.palette);
+    EventPrinter printer(out, *statements, options.palette);
     JsonPrinter json(options.command, name);
     RunObservers observers;
     if (options.isJson) {
@@ -106,16 +108,29 @@ int PlayScript(std::string_view script, const std::string& name, const RunOption
     if (!options.timeline.empty()) {
         observers.Add(recorder);
     }
+    std::ostringstream unseen;
+    std::ostream& account = options.isJson ? unseen : out;
+    std::optional<WriteVerifier> verifier;
+    if (options.isVerifying) {
+        observers.Add(verifier.emplace(account));
+    }
     const InterruptionGuard guard(InterruptionGuard::Catch::ONCE);
     ScriptPlayer player(*session, observers, diagnostics, name);
-    const bool isAllAccepted = player.Play(parsed.statements);
+    const bool isAllAccepted = player.Play(*statements);
     if (Interruption() != 0) {
         diagnostics << "corebeacon: interrupted\n";
     }
     const bool isAllKept = KeepTimeline(recorder.Result(), options.timeline, diagnostics);
-    const bool isDone = isAllAccepted && isAllKept && Interruption() == 0;
-    const int exitCode = isDone ? kExitDone : kExitFailed;
+    const std::vector<NodeChange> changes =
+        WatchAfterwards(player, options.watch, *session, account);
+    int exitCode = kExitDone;
+    if (!isAllAccepted || !isAllKept || Interruption() != 0) {
+        exitCode = kExitFailed;
+    } else if (!changes.empty() || (verifier && verifier->HasMismatch())) {
+        exitCode = kExitMismatch;
+    }
     if (options.isJson) {
+        AddFindings(json.Document(), verifier, options, changes, player.BeginTime());
         json.Print(exitCode, out);
     }
     return exitCode;

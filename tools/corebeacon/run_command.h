@@ -3,6 +3,7 @@
 /// `diagnostics`.
 #pragma once
 
+#include <chrono>
 #include <istream>
 #include <ostream>
 #include <string>
@@ -17,6 +18,7 @@ namespace corebeacon::tool {
 inline constexpr int kExitDone = 0;
 inline constexpr int kExitFailed = 1;    ///< the engine refused something, or was interrupted
 inline constexpr int kExitBadInput = 2;  ///< nothing was applied
+inline constexpr int kExitMismatch = 3;  ///< a node does not hold what was written
 
 /// How to play, and what is to be made of the run.
 struct RunOptions {
@@ -25,6 +27,9 @@ struct RunOptions {
     bool isJson = false;          ///< one document in the end instead of an account
     Palette palette = {};
     std::string timeline = {};  ///< the file for it, .json or .html; "" for none
+    bool isVerifying = false;   ///< read back what is written
+    /// How long to watch afterwards what others write to the nodes; 0: not at all.
+    std::chrono::milliseconds watch{0};
 };
 
 /// `path` is the script's file; "-" stands for `in`.

@@ -59,6 +59,8 @@ public:
     virtual void Ended(TimePoint /*time*/, const HeldRequest& /*held*/, HowEnded /*how*/) {}
     /// `isRepetition`: of what the node held already, one of many that a new work mode causes.
     virtual void Written(const NodeWrite& /*write*/, bool /*isRepetition*/) {}
+    /// All that has been written until now has been told.
+    virtual void ToldSoFar() {}
     /// What the engine tells of itself, below the statement that asked.
     virtual void Answered(const std::string& /*text*/) {}
     /// All that the statement caused has been told.

@@ -121,6 +121,7 @@ void AddParameter(Parameter kind, const VerbRow& verb, const ScriptWords& words,
             }
             break;
         case Parameter::QOS_NAMES:
+        case Parameter::TARGETS:
             for (const ScriptQos& qos : words.qos) {
                 candidates.Add(qos.name);
             }
@@ -131,7 +132,8 @@ void AddParameter(Parameter kind, const VerbRow& verb, const ScriptWords& words,
 }
 
 bool IsRepeatable(Parameter kind) {
-    return kind == Parameter::QOS_VALUES || kind == Parameter::QOS_NAMES;
+    return kind == Parameter::QOS_VALUES || kind == Parameter::QOS_NAMES ||
+           kind == Parameter::TARGETS;
 }
 
 /// Which parameter a finished word is, as far as it needs no table to tell.

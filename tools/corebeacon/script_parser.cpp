@@ -62,6 +62,8 @@ const char* NameOf(Parameter kind) {
             return "a number";
         case Parameter::QOS_NAMES:
             return "at least one QoS";
+        case Parameter::TARGETS:
+            return "at least one QoS, group or node";
         case Parameter::CHOICE:
             return "a choice";
         case Parameter::WORD:
@@ -69,6 +71,11 @@ const char* NameOf(Parameter kind) {
         default:
             return "as NAME";
     }
+}
+
+/// Takes any number of words.
+bool IsList(Parameter kind) {
+    return kind == Parameter::QOS_NAMES || kind == Parameter::TARGETS;
 }
 
 /// The verb that was meant, or else all there are.
@@ -283,7 +290,7 @@ void ScriptParser::ParseAsName(const Token& as, const Token* name) {
 void ScriptParser::ParsePositional(const Token& token) {
     for (const ParameterRow& parameter : mRow->parameters) {
         const Parameter kind = parameter.kind;
-        if (IsPositional(kind) && (!mSeen.contains(kind) || kind == Parameter::QOS_NAMES)) {
+        if (IsPositional(kind) && (!mSeen.contains(kind) || IsList(kind))) {
             mSeen.insert(kind);
             ParsePositional(kind, token);
             return;
@@ -310,6 +317,9 @@ void ScriptParser::ParsePositional(Parameter kind, const Token& token) {
             break;
         case Parameter::QOS_NAMES:
             ParseQosName(token);
+            break;
+        case Parameter::TARGETS:
+            mStatement.targets.emplace_back(token.text);
             break;
         default:
             mStatement.word = token.text;

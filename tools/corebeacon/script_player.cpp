@@ -44,7 +44,8 @@ bool ScriptPlayer::Play(const std::vector<Statement>& statements) {
 }
 
 void ScriptPlayer::Begin() {
-    mObservers.Begin(mSession, SteadyNow());
+    mBegin = SteadyNow();
+    mObservers.Begin(mSession, mBegin);
 }
 
 void ScriptPlayer::Carry(const Statement& statement) {
@@ -92,6 +93,9 @@ void ScriptPlayer::CarryOut(const Statement& statement, TimePoint now) {
             break;
         case Verb::PROBE:
             Probe(statement);
+            break;
+        case Verb::EXPLAIN:
+            Explain(statement);
             break;
         case Verb::DUMP:
             Dump(statement);
@@ -166,6 +170,7 @@ void ScriptPlayer::TellSoFar() {
         AwaitEffects();
         TellWrites();
     }
+    mObservers.Tell(&RunObserver::ToldSoFar);
 }
 
 void ScriptPlayer::TellWrites() {
@@ -243,6 +248,14 @@ std::map<std::string, std::string> ScriptPlayer::FinalValues() {
         values[path] = mSession.ReadValue(path).value_or(written + "  (as written)");
     }
     return values;
+}
+
+std::vector<std::string> ScriptPlayer::WrittenNodes() const {
+    std::vector<std::string> paths;
+    for (const auto& [path, value] : mWritten) {
+        paths.push_back(path);
+    }
+    return paths;
 }
 
 void ScriptPlayer::TellWhatStands() {

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "engine_session.h"
+#include "explain/explanation.h"
 #include "run_observer.h"
 #include "statement.h"
 
@@ -45,6 +46,15 @@ public:
     /// Awaits the end of the last timed request. As Play.
     bool Finish();
 
+    /// Why the groups that the words name have the values that they have now. Nothing, and
+    /// `problem` a clause, for a word that names none.
+    std::optional<Explanation> Explain(const std::vector<std::string>& targets,
+                                       std::string& problem);
+    bool IsAllAccepted() const { return mIsAllAccepted; }
+    TimePoint BeginTime() const { return mBegin; }
+    /// The nodes that took a write, until now.
+    std::vector<std::string> WrittenNodes() const;
+
 private:
     using Held = HeldRequest;
 
@@ -57,6 +67,7 @@ private:
     void StartEvent(const Statement& statement);
     void Probe(const Statement& statement);
     void StartProbe(const Statement& statement, const std::vector<unsigned int>& params);
+    void Explain(const Statement& statement);
     void Dump(const Statement& statement);
     void Debug(const Statement& statement);
     void Version();
@@ -86,6 +97,7 @@ private:
     RunObservers& mObservers;
     std::ostream& mDiagnostics;
     const std::string mScriptName;
+    TimePoint mBegin;
     std::map<std::string, Held> mNamed;           // accepted requests, also those that are over
     std::vector<Held> mInForce;                   // in the order of the script
     std::vector<unsigned long> mEnded;            // by themselves, perhaps not yet everywhere

@@ -225,6 +225,32 @@ void ScriptPlayer::StartProbe(const Statement& statement, const std::vector<unsi
     AwaitProbeWrites();
 }
 
+std::optional<Explanation> ScriptPlayer::Explain(const std::vector<std::string>& targets,
+                                                 std::string& problem) {
+    std::optional<std::vector<GroupState>> groups = FindGroups(mSession, targets, problem);
+    if (!groups) {
+        return std::nullopt;
+    }
+    Explanation explanation{.begin = mBegin, .groups = std::move(*groups), .held = {}};
+    for (const auto& [name, held] : mNamed) {
+        explanation.held.emplace(held.handle, held);
+    }
+    for (const Held& held : mInForce) {
+        explanation.held.emplace(held.handle, held);
+    }
+    return explanation;
+}
+
+void ScriptPlayer::Explain(const Statement& statement) {
+    std::string problem;
+    const std::optional<Explanation> explanation = Explain(statement.targets, problem);
+    if (!explanation) {
+        Refuse(statement, "explain: " + problem);
+        return;
+    }
+    mObservers.Tell(&RunObserver::Answered, ExplanationText(*explanation));
+}
+
 void ScriptPlayer::Dump(const Statement& statement) {
     std::ostringstream answer;
     if (mSession.Engine().Dump(answer, {"--" + statement.word}) != 0) {

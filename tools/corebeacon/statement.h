@@ -23,6 +23,7 @@ enum class Verb {
     EVENT,
     PROBE,
     WAIT,
+    EXPLAIN,
     DUMP,
     DEBUG,
     LOG,
@@ -46,8 +47,9 @@ struct Statement {
     std::chrono::milliseconds time{0};
     unsigned number = 0;
     std::vector<PerfRequestInfo> request;
-    std::vector<PerfQosId> qosIds;  ///< to suspend or to resume
-    std::string word;               ///< the choice among those of the verb, or a debug option
+    std::vector<PerfQosId> qosIds;     ///< to suspend or to resume
+    std::vector<std::string> targets;  ///< to explain
+    std::string word;                  ///< the choice among those of the verb, or a debug option
     std::string name;  ///< of what is held: its own, or the one to release; "" for none
 };
 

@@ -113,6 +113,14 @@ constexpr VerbRow kVerbs[] = {
         .parameters = {{Parameter::TIME, kRequired}},
     },
     {
+        .verb = Verb::EXPLAIN,
+        .name = "explain",
+        .usage = "QOS|QOS.GROUP|NODE ...",
+        .summary =
+            "tells who holds a value and why the others do not; a node by the end of its path",
+        .parameters = {{Parameter::TARGETS, kRequired}},
+    },
+    {
         .verb = Verb::DUMP,
         .name = "dump",
         .usage = "task|base_info|workMode|scenario|event|limit_history",
@@ -153,6 +161,7 @@ bool IsPositional(Parameter kind) {
         case Parameter::NUMBER:
         case Parameter::CHOICE:
         case Parameter::QOS_NAMES:
+        case Parameter::TARGETS:
         case Parameter::WORD:
             return true;
         default:

@@ -20,6 +20,7 @@ enum class Parameter {
     NUMBER,        ///< VerbRow::minNumber to VerbRow::maxNumber
     CHOICE,        ///< one of VerbRow::choices
     QOS_NAMES,     ///< CPU_B GPU 9, any number of them
+    TARGETS,       ///< CPU_B EAS.7 scaling_max_freq, any number of them
     WORD,          ///< any word
 };
 

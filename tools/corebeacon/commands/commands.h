@@ -6,6 +6,8 @@
 namespace corebeacon::tool {
 
 void AddPlayCommands(CommandSet& commands);  ///< demo, run, do, shell
+void AddExplainCommand(CommandSet& commands);
+void AddWatchCommand(CommandSet& commands);
 void AddTableCommand(CommandSet& commands);
 void AddCheckCommand(CommandSet& commands);
 void AddBoardCommand(CommandSet& commands);

@@ -2,12 +2,14 @@
 // `shell` those that are entered, `demo` its own story.
 #include <unistd.h>
 
+#include <chrono>
 #include <iostream>
 #include <string>
 #include <vector>
 
 #include "commands/commands.h"
 #include "commands/session_arguments.h"
+#include "commands/time_argument.h"
 #include "run_command.h"
 #include "script_help.h"
 #include "shell_command.h"
@@ -23,6 +25,8 @@ struct PlayArguments {
     std::string script;
     std::vector<std::string> statements;
     std::string timeline;
+    bool isVerifying = false;
+    std::chrono::milliseconds watch{0};
 };
 
 void AddTimeline(CLI::App& command, std::string& file) {
@@ -38,6 +42,13 @@ void AddTimeline(CLI::App& command, std::string& file) {
         ->type_name("FILE");
 }
 
+void AddVerification(CLI::App& command, PlayArguments& arguments) {
+    command.add_flag("--verify", arguments.isVerifying,
+                     "read back what is written, and tell where a node holds something else");
+    AddTime(command, "--watch", arguments.watch,
+            "after the run, tell for so long what others write to the nodes");
+}
+
 /// `play` gets the options as far as they are good.
 template <typename Play>
 int Played(const CLI::App& command, const PlayArguments& arguments, Play play) {
@@ -46,7 +57,9 @@ int Played(const CLI::App& command, const PlayArguments& arguments, Play play) {
                                      .command = command.get_name(),
                                      .isJson = arguments.isJson,
                                      .palette = PaletteFor(STDOUT_FILENO),
-                                     .timeline = arguments.timeline})
+                                     .timeline = arguments.timeline,
+                                     .isVerifying = arguments.isVerifying,
+                                     .watch = arguments.watch})
                    : kExitBadInput;
 }
 
@@ -54,6 +67,7 @@ void AddRun(CommandSet& commands) {
     CLI::App* const run = commands.App().add_subcommand("run", "play a script");
     auto& arguments = commands.Keep<PlayArguments>();
     run->add_option("SCRIPT", arguments.script, "file, or - for standard input")->required();
+    AddVerification(*run, arguments);
     arguments.session.AddTo(*run);
     AddJson(*run, arguments.isJson);
     AddTimeline(*run, arguments.timeline);
@@ -71,6 +85,7 @@ void AddDo(CommandSet& commands) {
     auto& arguments = commands.Keep<PlayArguments>();
     act->add_option("STATEMENT", arguments.statements, "each in quotes, as a line of a script")
         ->required();
+    AddVerification(*act, arguments);
     arguments.session.AddTo(*act);
     AddJson(*act, arguments.isJson);
     AddTimeline(*act, arguments.timeline);
@@ -89,6 +104,7 @@ void AddDemo(CommandSet& commands) {
     auto& arguments = commands.Keep<PlayArguments>();
     AddJson(*demo, arguments.isJson);
     AddTimeline(*demo, arguments.timeline);
+    AddVerification(*demo, arguments);
     demo->footer(Example("demo"));
     commands.Add(*demo, [demo, &arguments] {
         return Played(*demo, arguments, [](const RunOptions& options) {
