@@ -49,7 +49,7 @@ bool PerfResource::WaitInspection(std::vector<GroupState>& groups) {
             LOGE("[%s:%d] fail to inspect res %s", mName.c_str());
             return false;
         }
-        mLogCond.Wait(mLogMutex);
+        GetClock().Wait(mLogCond, mLogMutex);
     }
     if (mInspection.empty()) {
         return false;

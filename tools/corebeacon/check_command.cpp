@@ -10,6 +10,7 @@
 #include "json_document.h"
 #include "run_command.h"
 #include "sim/eas_example.h"
+#include "snapshot/snapshot_device.h"
 
 namespace corebeacon::tool {
 
@@ -25,11 +26,12 @@ std::unique_ptr<sim::SimulatedDevice> DeviceOf(const board::Board& board) {
 }
 
 std::vector<board::BoardError> Findings(const board::ReadBoard& read,
-                                        std::optional<DeviceKind> device) {
+                                        std::optional<DeviceKind> device,
+                                        const DeviceSnapshot* snapshot) {
     std::unique_ptr<sim::SimulatedDevice> simulated;
     NodeIo& former = GetNodeIo();
-    if (device == DeviceKind::SIM) {
-        simulated = DeviceOf(read.board);
+    if (device && device != DeviceKind::KERNEL) {
+        simulated = snapshot != nullptr ? SimulateSnapshot(*snapshot) : DeviceOf(read.board);
         SetNodeIo(simulated.get());
     }
     std::vector<board::BoardError> findings = board::CheckBoard(read, device.has_value());
@@ -78,14 +80,14 @@ void PrintJsonFindings(const std::string& path, const board::ReadBoard& read,
 }  // namespace
 
 int CheckBoardFile(const std::string& path, std::optional<DeviceKind> device, bool isJson,
-                   std::ostream& out, std::ostream& diagnostics) {
+                   std::ostream& out, std::ostream& diagnostics, const DeviceSnapshot* snapshot) {
     const std::optional<board::ReadBoard> read = ReadBoardFile(path, diagnostics);
     if (!read) {
         return kExitBadInput;
     }
     std::vector<board::BoardError> findings;
     if (read->errors.empty()) {
-        findings = Findings(*read, device);
+        findings = Findings(*read, device, snapshot);
     }
     if (isJson) {
         PrintJsonFindings(path, *read, findings, out);

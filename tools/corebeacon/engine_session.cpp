@@ -14,8 +14,12 @@
 #include "command/handle.h"
 #include "corebeacon/builtin_config.h"
 #include "corebeacon/log.h"
+#include "corebeacon/version.h"
 #include "platform/node_reader.h"
+#include "recording/recording_tap.h"
+#include "recording/recording_writer.h"
 #include "sim/eas_example.h"
+#include "snapshot/snapshot_device.h"
 
 namespace corebeacon::tool {
 
@@ -98,11 +102,12 @@ EngineSession::EngineSession(const SessionOptions& options)
     : mOptions(options),
       mFormerNodeIo(GetNodeIo()),
       mFormerLogSwitch(PfLogonNamespace::PfLogonGet()->load()),
+      mClock(options.pace ? std::make_unique<TurnClock>(*options.pace) : nullptr),
       mBoard(options.board) {
-    NodeIo* device = &mFormerNodeIo;
-    if (options.device == DeviceKind::SIM) {
-        SimulateDevice(ToldChip(options).value_or(CHIP_TYPE_COMMON));
-        device = mSimulated.get();
+    NodeIo* device = &MakeDevice();
+    if (options.recording != nullptr) {
+        BeginRecording(*device);
+        device = mTap.get();
     }
     mRecord = std::make_unique<RecordingNodeIo>(*device);
     SetNodeIo(mRecord.get());
@@ -110,9 +115,42 @@ EngineSession::EngineSession(const SessionOptions& options)
 }
 
 EngineSession::~EngineSession() {
+    if (mTap != nullptr) {
+        mTap->Stop();
+        mOptions.recording->End(mFront != nullptr);
+    }
+    if (mClock != nullptr) {
+        mClock->LetGo();
+    }
     mEngine.reset();
     SetNodeIo(&mFormerNodeIo);
     PfLogonNamespace::PfLogonSet(mFormerLogSwitch);
+}
+
+NodeIo& EngineSession::MakeDevice() {
+    switch (mOptions.device) {
+        case DeviceKind::SIM:
+            SimulateDevice(ToldChip(mOptions).value_or(CHIP_TYPE_COMMON));
+            return *mSimulated;
+        case DeviceKind::SNAPSHOT:
+            mSimulated = SimulateSnapshot(*mOptions.snapshot);
+            mSimulated->SetRecordLimit(0);
+            return *mSimulated;
+        case DeviceKind::GIVEN:
+            TakeHostTables(mOptions.host);
+            return *mOptions.nodes;
+        case DeviceKind::KERNEL:
+            break;
+    }
+    return mFormerNodeIo;
+}
+
+/// What a board tells of these comes first.
+void EngineSession::TakeHostTables(const HostTables& host) {
+    mProbe = host.probe;
+    if (host.hasTaskGroups) {
+        mTaskGroups = sim::MakeEasConfig();
+    }
 }
 
 void EngineSession::SimulateDevice(unsigned chip) {
@@ -126,9 +164,23 @@ void EngineSession::SimulateDevice(unsigned chip) {
         return;
     }
     sim::AddEasNodes(*mSimulated);
-    mTaskGroups = sim::MakeEasConfig();
-    mProbe = SimulatedProbe();
+    TakeHostTables({.hasTaskGroups = true, .probe = SimulatedProbe()});
     mSimulated->AddText(mProbe.nodePath, "");
+}
+
+void EngineSession::BeginRecording(NodeIo& device) {
+    const bool isSim = mOptions.device == DeviceKind::SIM;
+    RecordingHead head{.recordedAt = UtcNow(),
+                       .program = COREBEACON_VERSION,
+                       .machine = MachineText(),
+                       .chip = mOptions.chip,
+                       .board = mBoard,
+                       .host = {mTaskGroups.has_value(), mProbe}};
+    if (isSim && !ToldChip(mOptions)) {
+        head.chip = CHIP_TYPE_COMMON;
+    }
+    mOptions.recording->Begin(head);
+    mTap = std::make_unique<RecordingTap>(device, *mOptions.recording);
 }
 
 void EngineSession::TakeTables() {
@@ -150,16 +202,41 @@ void EngineSession::TakeTables() {
 int EngineSession::Init() {
     // The simulated device says nothing of its chip: it was made for one.
     const std::optional<unsigned> chip = ToldChip(mOptions);
-    mConfig.controlInfo =
-        DetectMachine(mSimulated != nullptr ? chip.value_or(CHIP_TYPE_COMMON) : chip,
-                      mBoard ? mBoard->machine : board::Machine());
+    const bool isSim = mOptions.device == DeviceKind::SIM;
+    mConfig.controlInfo = DetectMachine(isSim ? chip.value_or(CHIP_TYPE_COMMON) : chip,
+                                        mBoard ? mBoard->machine : board::Machine());
     TakeTables();
     mEngine = std::make_unique<ConfigManager>();
     if (mEngine->Init(mConfig, mEvents, mScenarios, mProbe) != 0) {
         return -1;
     }
     mNames = std::make_unique<NodeNames>(Table());
+    mFront = std::make_unique<EngineFront>(*mEngine, mClock.get());
+    TakeTurns();
     return 0;
+}
+
+void EngineSession::TakeTurns() {
+    if (mClock == nullptr) {
+        return;
+    }
+    std::vector<PerfQosId> ids;
+    mEngine->Resources().GetResourceIds(ids);
+    std::vector<TurnClock::Station> stations;
+    for (const PerfQosId id : ids) {
+        const PerfResource* const resource = mEngine->Resources().GetResourcePtr(id).get();
+        stations.push_back({resource, resource + 1});
+    }
+    RecordingWriter* const recording = mOptions.recording;
+    if (recording == nullptr) {
+        mClock->Conduct(std::move(stations));
+        return;
+    }
+    mTap->EngineStarted();
+    mClock->Conduct(std::move(stations),
+                    [recording](Round round, TimePoint time) { recording->Turn(round, time); });
+    mFront->SetListener(
+        [recording](const EngineCall& call) { recording->Call(call, SteadyNow()); });
 }
 
 const ConfigurableScenario* EngineSession::FindScenario(PerfScenarioId id) const {
@@ -183,7 +260,7 @@ unsigned long EngineSession::FindHandle(int owner, unsigned long last) const {
 
 std::vector<UnsupportedQos> EngineSession::Unsupported() const {
     std::vector<UnsupportedQos> unsupported = mEngine->Resources().GetUnsupportedQos();
-    if (mOptions.device != DeviceKind::KERNEL) {
+    if (mOptions.device == DeviceKind::SIM) {
         return unsupported;
     }
     std::vector<PerfQosId> served;

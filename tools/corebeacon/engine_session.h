@@ -1,8 +1,9 @@
-/// An engine at work on a device, as the program's commands need it: the simulated device or the
-/// kernel, all its writes recorded, the built-in tables or those of a board in force. For the
-/// built-in tables the simulated device also has task groups and a node for probes, which they
-/// leave to the host; for a board it has whatever nodes that names. Owned by the command that runs;
-/// used on one thread. One session at a time, since NodeIo and log switch are the process's.
+/// An engine at work on a device, as the program's commands need it: the simulated device, the
+/// kernel or what a snapshot tells of one, all its writes recorded, the built-in tables or those of
+/// a board in force. For the built-in tables the simulated device also has task groups and a node
+/// for probes, which they leave to the host; for a board it has whatever nodes that names. Owned by
+/// the command that runs; used on one thread. One session at a time, since NodeIo, clock and log
+/// switch are the process's.
 #pragma once
 
 #include <memory>
@@ -14,14 +15,26 @@
 #include "corebeacon/config_manager.h"
 #include "corebeacon/default_config.h"
 #include "engine/resource_manager.h"
+#include "engine_front.h"
+#include "host_tables.h"
 #include "node_names.h"
 #include "recording_node_io.h"
 #include "sim/simulated_device.h"
+#include "snapshot/device_snapshot.h"
+#include "turn_clock.h"
 #include "verify/timed_reader.h"
 
 namespace corebeacon::tool {
 
-enum class DeviceKind { SIM, KERNEL };
+class RecordingTap;
+class RecordingWriter;
+
+enum class DeviceKind {
+    SIM,
+    KERNEL,
+    SNAPSHOT,  ///< simulated from one
+    GIVEN,     ///< SessionOptions::nodes
+};
 
 /// Chips are numbered from 0.
 inline constexpr unsigned kChipCount = 3;
@@ -33,6 +46,15 @@ struct SessionOptions {
     unsigned logSwitch = 0;
     /// Absent: the built-in tables.
     std::optional<board::Board> board = std::nullopt;
+    /// Of DeviceKind::SNAPSHOT.
+    std::shared_ptr<const DeviceSnapshot> snapshot = nullptr;
+    /// Of DeviceKind::GIVEN: these stand for the kernel, with the built-in tables the host's too.
+    NodeIo* nodes = nullptr;
+    HostTables host = {};
+    /// Absent: workers move freely, in real time. Else they take turns.
+    std::optional<Pace> pace = std::nullopt;
+    /// Told of everything; needs a pace. Must outlive the session.
+    RecordingWriter* recording = nullptr;
 };
 
 class EngineSession {
@@ -44,12 +66,14 @@ public:
     EngineSession(const EngineSession&) = delete;
     EngineSession& operator=(const EngineSession&) = delete;
 
-    ConfigManager& Engine() { return *mEngine; }
+    EngineFront& Engine() { return *mFront; }
     RecordingNodeIo& Record() { return *mRecord; }
     DeviceKind Device() const { return mOptions.device; }
+    /// Null where workers move freely.
+    TurnClock* Turns() { return mClock.get(); }
     unsigned Chip() const { return mConfig.controlInfo.chipType; }
-    /// What this device lacks. On the kernel also QoS whose nodes are missing: the engine takes
-    /// requests for them, but no write can succeed.
+    /// What this device lacks. Of a machine's own nodes, also QoS whose nodes are missing: the
+    /// engine takes requests for them, but no write can succeed.
     std::vector<UnsupportedQos> Unsupported() const;
     /// The table as it is in force: narrowed to the chip and revised against the device.
     const PerfQosConfigMap& Table() const {
@@ -84,14 +108,20 @@ public:
 private:
     explicit EngineSession(const SessionOptions& options);
     int Init();
+    NodeIo& MakeDevice();
     void SimulateDevice(unsigned chip);
+    void TakeHostTables(const HostTables& host);
+    void BeginRecording(NodeIo& device);
     void TakeTables();
+    void TakeTurns();
 
     const SessionOptions mOptions;
     NodeIo& mFormerNodeIo;
     const unsigned mFormerLogSwitch;
+    std::unique_ptr<TurnClock> mClock;                 // null where workers move freely
     std::optional<board::Board> mBoard;                // narrowed by the engine
     std::unique_ptr<sim::SimulatedDevice> mSimulated;  // null on the kernel
+    std::unique_ptr<RecordingTap> mTap;                // null without a recording
     std::unique_ptr<RecordingNodeIo> mRecord;
     mutable TimedReader mReader;                  // gone before what it reads
     std::optional<PerfQosEasConfig> mTaskGroups;  // for the built-in tables on the simulated device
@@ -100,6 +130,7 @@ private:
     ProbeEvent mProbe;
     PerfDefaultConfig mConfig;
     std::unique_ptr<ConfigManager> mEngine;
+    std::unique_ptr<EngineFront> mFront;  // null until the engine has started
     std::unique_ptr<NodeNames> mNames;
 };
 

@@ -39,6 +39,19 @@ std::set<PerfQosId> QosOf(const EngineSession& session, const std::vector<Statem
     return ids;
 }
 
+const char* DeviceText(DeviceKind device) {
+    switch (device) {
+        case DeviceKind::SIM:
+            return "Simulated device";
+        case DeviceKind::SNAPSHOT:
+            return "A device simulated from a snapshot";
+        case DeviceKind::KERNEL:
+        case DeviceKind::GIVEN:
+            break;
+    }
+    return "The kernel's own nodes";
+}
+
 }  // namespace
 
 EventPrinter::EventPrinter(std::ostream& out, std::vector<Statement> expected,
@@ -70,11 +83,10 @@ void EventPrinter::MakeRoomFor(const std::vector<Statement>& statements) {
 void EventPrinter::Device(EngineSession& session) {
     const std::vector<UnsupportedQos> unsupported = session.Unsupported();
     const std::size_t served = session.Table().size() - unsupported.size();
-    const bool isKernel = session.Device() == DeviceKind::KERNEL;
-    mOut << (isKernel ? "The kernel's own nodes" : "Simulated device") << ", chip "
-         << session.Chip() << ": " << served << " of " << session.Table().size()
-         << " QoS in service\n";
-    if ((isKernel || session.HasBoard()) && !unsupported.empty()) {
+    const bool isSim = session.Device() == DeviceKind::SIM;
+    mOut << DeviceText(session.Device()) << ", chip " << session.Chip() << ": " << served << " of "
+         << session.Table().size() << " QoS in service\n";
+    if ((!isSim || session.HasBoard()) && !unsupported.empty()) {
         TextTable table;
         for (const UnsupportedQos& qos : unsupported) {
             table.AddRow({std::to_string(qos.id), qos.name, qos.reason});

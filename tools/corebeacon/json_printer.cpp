@@ -13,6 +13,19 @@ namespace corebeacon::tool {
 
 namespace {
 
+const char* DeviceName(DeviceKind device) {
+    switch (device) {
+        case DeviceKind::SIM:
+            return "sim";
+        case DeviceKind::SNAPSHOT:
+            return "snapshot";
+        case DeviceKind::KERNEL:
+        case DeviceKind::GIVEN:
+            break;
+    }
+    return "kernel";
+}
+
 long long MicrosBetween(TimePoint from, TimePoint until) {
     return std::chrono::duration_cast<std::chrono::microseconds>(until - from).count();
 }
@@ -25,7 +38,7 @@ void AddPlace(Json& event, const Position& position) {
 Json DeviceJson(EngineSession& session) {
     const std::vector<UnsupportedQos> unsupported = session.Unsupported();
     Json device;
-    device["kind"] = session.Device() == DeviceKind::KERNEL ? "kernel" : "sim";
+    device["kind"] = DeviceName(session.Device());
     device["chip"] = session.Chip();
     device["qos_in_table"] = session.Table().size();
     device["qos_in_service"] = session.Table().size() - unsupported.size();

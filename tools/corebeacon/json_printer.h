@@ -31,6 +31,8 @@ public:
     void End(const std::map<std::string, std::string>& values,
              const std::vector<HeldRequest>& standing) override;
 
+    /// Whether there is anything to print.
+    bool HasBegun() const { return mSession != nullptr; }
     /// The document so far; others may add members of their own.
     Json& Document() { return *mDocument; }
     /// After the end of the run.

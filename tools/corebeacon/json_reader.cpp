@@ -126,7 +126,7 @@ bool JsonPlace::Flag() const {
 }
 
 void JsonPlace::Fail(const std::string& message) const {
-    throw JsonError((mPath.empty() ? "the document" : mPath + ":") + " " + message);
+    throw JsonError((mPath.empty() ? "" : mPath + ": ") + message);
 }
 
 void PutBytes(nlohmann::ordered_json& object, const std::string& bytes) {

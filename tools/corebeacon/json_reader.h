@@ -16,7 +16,8 @@
 
 namespace corebeacon::tool {
 
-/// what() begins with the place: "12:5: " or "nodes[3].mode: ". Thrown and caught inside a reader.
+/// what() begins with the place: "12:5: ", or "nodes[3].mode: " unless it is the whole document.
+/// Thrown and caught inside a reader.
 class JsonError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

@@ -48,6 +48,9 @@ int Run(int argc, char** argv) {
     AddCheckCommand(commands);
     AddBoardCommand(commands);
     AddCompleteCommand(commands);
+    AddPlanCommand(commands);
+    AddSnapshotCommand(commands);
+    AddReplayCommand(commands);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

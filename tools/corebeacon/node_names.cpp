@@ -25,7 +25,7 @@ NodeNames::NodeNames(const PerfQosConfigMap& table) {
         for (const PerfGroupConfig& row : config.get().groups) {
             for (const std::string& path : row.sysNodePaths) {
                 // Of several QoS on one node the first names it.
-                mByPath.try_emplace(path, Entry{qosId, {config.get().name, ""}});
+                mByPath.try_emplace(path, Entry{qosId, {config.get().name, "", row.groupId}});
             }
         }
     }

@@ -15,6 +15,7 @@ namespace corebeacon::tool {
 struct NodeName {
     std::string qos;    ///< "" for a node that no row names
     std::string brief;  ///< the end of the path, long enough to be unique: policy2/scaling_min_freq
+    unsigned group = 0;  ///< of that QoS
 };
 
 /// The widest texts of a set of nodes.

@@ -13,6 +13,7 @@
 #include "event_printer.h"
 #include "interruption.h"
 #include "json_printer.h"
+#include "recording/recording_writer.h"
 #include "script_player.h"
 #include "script_source.h"
 #include "timeline_file.h"
@@ -66,6 +67,24 @@ bool KeepTimeline(const Timeline& timeline, const std::string& path, std::ostrea
     return false;
 }
 
+int PlayRecorded(const std::vector<Statement>& statements, const std::string& name,
+                 const RunOptions& options, RunObservers& observers, std::ostream& diagnostics,
+                 const AfterPlay& after) {
+    if (options.recordFile.empty()) {
+        return PlayStatements(statements, name, options.session, observers, diagnostics, after);
+    }
+    const std::unique_ptr<RecordingWriter> recording =
+        RecordingWriter::Open(options.recordFile, diagnostics);
+    if (recording == nullptr) {
+        return kExitBadInput;
+    }
+    SessionOptions session = options.session;
+    session.pace = session.pace.value_or(Pace::REAL);
+    session.recording = recording.get();
+    const int result = PlayStatements(statements, name, session, observers, diagnostics, after);
+    return recording->Close(diagnostics) ? result : kExitFailed;
+}
+
 }  // namespace
 
 int RunScript(const std::string& path, const RunOptions& options, std::istream& in,
@@ -81,6 +100,26 @@ int RunStatements(const std::vector<std::string>& statements, const RunOptions& 
     return PlayScript(script.text, script.name, options, out, diagnostics);
 }
 
+int PlayStatements(const std::vector<Statement>& statements, const std::string& name,
+                   const SessionOptions& options, RunObservers& observers,
+                   std::ostream& diagnostics, const AfterPlay& after) {
+    const std::unique_ptr<EngineSession> session = EngineSession::Start(options);
+    if (session == nullptr) {
+        diagnostics << "corebeacon: the engine does not start; its log above tells why\n";
+        return kExitFailed;
+    }
+    const InterruptionGuard guard(InterruptionGuard::Catch::ONCE);
+    ScriptPlayer player(*session, observers, diagnostics, name);
+    const bool isAllAccepted = player.Play(statements);
+    if (Interruption() != 0) {
+        diagnostics << "corebeacon: interrupted\n";
+    }
+    if (after) {
+        after(player, *session);
+    }
+    return isAllAccepted && Interruption() == 0 ? kExitDone : kExitFailed;
+}
+
 int PlayScript(std::string_view script, const std::string& name, const RunOptions& options,
                std::ostream& out, std::ostream& diagnostics) {
     const auto statements = ParseOrTell(script, name, diagnostics);
@@ -90,11 +129,6 @@ int PlayScript(std::string_view script, const std::string& name, const RunOption
     if (!options.timeline.empty() && !CreateTimelineFile(options.timeline)) {
         TellUnwritable(options.timeline, diagnostics);
         return kExitBadInput;
-    }
-    const std::unique_ptr<EngineSession> session = EngineSession::Start(options.session);
-    if (session == nullptr) {
-        diagnostics << "corebeacon: the engine does not start; its log above tells why\n";
-        return kExitFailed;
     }
     EventPrinter printer(out, *statements, options.palette);
     JsonPrinter json(options.command, name);
@@ -114,23 +148,19 @@ int PlayScript(std::string_view script, const std::string& name, const RunOption
     if (options.isVerifying) {
         observers.Add(verifier.emplace(account));
     }
-    const InterruptionGuard guard(InterruptionGuard::Catch::ONCE);
-    ScriptPlayer player(*session, observers, diagnostics, name);
-    const bool isAllAccepted = player.Play(*statements);
-    if (Interruption() != 0) {
-        diagnostics << "corebeacon: interrupted\n";
-    }
-    const bool isAllKept = KeepTimeline(recorder.Result(), options.timeline, diagnostics);
-    const std::vector<NodeChange> changes =
-        WatchAfterwards(player, options.watch, *session, account);
-    int exitCode = kExitDone;
-    if (!isAllAccepted || !isAllKept || Interruption() != 0) {
+    std::vector<NodeChange> changes;
+    const auto watch = [&](const ScriptPlayer& player, EngineSession& session) {
+        changes = WatchAfterwards(player, options.watch, session, account);
+        AddFindings(json.Document(), verifier, options, changes, player.BeginTime());
+    };
+    int exitCode = PlayRecorded(*statements, name, options, observers, diagnostics, watch);
+    if (recorder.HasBegun() && !KeepTimeline(recorder.Result(), options.timeline, diagnostics)) {
         exitCode = kExitFailed;
-    } else if (!changes.empty() || (verifier && verifier->HasMismatch())) {
+    }
+    if (exitCode == kExitDone && (!changes.empty() || (verifier && verifier->HasMismatch()))) {
         exitCode = kExitMismatch;
     }
-    if (options.isJson) {
-        AddFindings(json.Document(), verifier, options, changes, player.BeginTime());
+    if (json.HasBegun()) {
         json.Print(exitCode, out);
     }
     return exitCode;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <istream>
 #include <ostream>
 #include <string>
@@ -12,6 +13,9 @@
 
 #include "engine_session.h"
 #include "palette.h"
+#include "run_observer.h"
+#include "script_player.h"
+#include "statement.h"
 
 namespace corebeacon::tool {
 
@@ -30,6 +34,7 @@ struct RunOptions {
     bool isVerifying = false;   ///< read back what is written
     /// How long to watch afterwards what others write to the nodes; 0: not at all.
     std::chrono::milliseconds watch{0};
+    std::string recordFile = {};  ///< "" for none
 };
 
 /// `path` is the script's file; "-" stands for `in`.
@@ -43,6 +48,14 @@ int RunStatements(const std::vector<std::string>& statements, const RunOptions& 
 /// `name` is what diagnostics call the script.
 int PlayScript(std::string_view script, const std::string& name, const RunOptions& options,
                std::ostream& out, std::ostream& diagnostics);
+
+/// What follows a play while its engine still runs.
+using AfterPlay = std::function<void(const ScriptPlayer&, EngineSession&)>;
+
+/// Starts a session for the statements and plays them.
+int PlayStatements(const std::vector<Statement>& statements, const std::string& name,
+                   const SessionOptions& options, RunObservers& observers,
+                   std::ostream& diagnostics, const AfterPlay& after = {});
 
 int PlayDemo(const RunOptions& options, std::ostream& out, std::ostream& diagnostics);
 

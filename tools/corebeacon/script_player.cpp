@@ -221,8 +221,13 @@ void ScriptPlayer::TellEnds(TimePoint Held::*bound, TimePoint until) {
 
 /// A worker may wake up late. It is done with an ended request when no group is ruled by it.
 void ScriptPlayer::AwaitEffects() {
+    const std::vector<unsigned long> ended = std::exchange(mEnded, {});
+    if (TurnClock* const turns = mSession.Turns()) {
+        turns->Run(Round::DUE);
+        return;
+    }
     const TimePoint deadline = SteadyNow() + kMaxEndDelay;
-    for (const unsigned long handle : std::exchange(mEnded, {})) {
+    for (const unsigned long handle : ended) {
         while (mSession.RulesAGroup(handle) && SteadyNow() < deadline) {
             std::this_thread::yield();
         }
@@ -235,6 +240,10 @@ void ScriptPlayer::AwaitProbeWrites() {
     const TimePoint deadline = SteadyNow() + kMaxEndDelay;
     while (mSession.Record().CountOf(mSession.Probe().nodePath) < mProbeWrites &&
            SteadyNow() < deadline) {
+        if (TurnClock* const turns = mSession.Turns()) {
+            turns->Run(Round::ALL);
+            return;
+        }
         std::this_thread::yield();
     }
 }

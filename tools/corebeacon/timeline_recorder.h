@@ -30,6 +30,8 @@ public:
     void End(const std::map<std::string, std::string>& values,
              const std::vector<HeldRequest>& standing) override;
 
+    /// Whether there is anything to keep.
+    bool HasBegun() const { return mSession != nullptr; }
     /// Whole after the run's end.
     const Timeline& Result() const { return mTimeline; }
 

@@ -50,18 +50,20 @@ void AddCheckCommand(CommandSet& commands) {
         commands.App().add_subcommand("check", "look for mistakes in the description of a board");
     auto& arguments = commands.Keep<CheckArguments>();
     check->add_option("BOARD", arguments.file, "the file")->required();
-    check
-        ->add_option("--device", arguments.device,
-                     "look for the nodes too: sim, on the chip's simulated device, or kernel")
-        ->check(CLI::IsMember({"sim", "kernel"}).description(""))
-        ->type_name("DEVICE");
+    AddDevice(*check, arguments.device,
+              "look for the nodes too: sim, on the chip's simulated device, kernel, or the file of "
+              "a snapshot");
     AddJson(*check, arguments.isJson);
     check->footer(Example("check board.xml --device kernel"));
     commands.Add(*check, [&arguments] {
-        return CheckBoardFile(
-            arguments.file,
-            arguments.device.empty() ? std::nullopt : std::optional(DeviceOf(arguments.device)),
-            arguments.isJson, std::cout, std::cerr);
+        if (arguments.device.empty()) {
+            return CheckBoardFile(arguments.file, std::nullopt, arguments.isJson, std::cout,
+                                  std::cerr);
+        }
+        const std::optional<DeviceChoice> device = DeviceOf(arguments.device, std::cerr);
+        return device ? CheckBoardFile(arguments.file, device->kind, arguments.isJson, std::cout,
+                                       std::cerr, device->snapshot.get())
+                      : kExitBadInput;
     });
 }
 

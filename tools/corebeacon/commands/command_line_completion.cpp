@@ -136,7 +136,7 @@ public:
             for (const std::string& word : CompleteScript(value, BuiltinWords(0))) {
                 Add(line + word, "");
             }
-        } else if (kind == "FILE" || kind == "SCRIPT" || kind == "BOARD") {
+        } else if (kind == "FILE" || kind == "SCRIPT" || kind == "BOARD" || kind == "RECORDING") {
             mCompletion.takesFile = true;
         }
     }

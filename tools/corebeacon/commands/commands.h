@@ -12,5 +12,8 @@ void AddTableCommand(CommandSet& commands);
 void AddCheckCommand(CommandSet& commands);
 void AddBoardCommand(CommandSet& commands);
 void AddCompleteCommand(CommandSet& commands);  ///< hidden
+void AddPlanCommand(CommandSet& commands);
+void AddSnapshotCommand(CommandSet& commands);
+void AddReplayCommand(CommandSet& commands);
 
 }  // namespace corebeacon::tool

@@ -27,6 +27,7 @@ struct PlayArguments {
     std::string timeline;
     bool isVerifying = false;
     std::chrono::milliseconds watch{0};
+    std::string recordFile;
 };
 
 void AddTimeline(CLI::App& command, std::string& file) {
@@ -49,6 +50,13 @@ void AddVerification(CLI::App& command, PlayArguments& arguments) {
             "after the run, tell for so long what others write to the nodes");
 }
 
+void AddRecord(CLI::App& command, PlayArguments& arguments) {
+    command
+        .add_option("--record", arguments.recordFile,
+                    "keep all that happens in a file for 'corebeacon replay'")
+        ->type_name("FILE");
+}
+
 /// `play` gets the options as far as they are good.
 template <typename Play>
 int Played(const CLI::App& command, const PlayArguments& arguments, Play play) {
@@ -59,7 +67,8 @@ int Played(const CLI::App& command, const PlayArguments& arguments, Play play) {
                                      .palette = PaletteFor(STDOUT_FILENO),
                                      .timeline = arguments.timeline,
                                      .isVerifying = arguments.isVerifying,
-                                     .watch = arguments.watch})
+                                     .watch = arguments.watch,
+                                     .recordFile = arguments.recordFile})
                    : kExitBadInput;
 }
 
@@ -69,6 +78,7 @@ void AddRun(CommandSet& commands) {
     run->add_option("SCRIPT", arguments.script, "file, or - for standard input")->required();
     AddVerification(*run, arguments);
     arguments.session.AddTo(*run);
+    AddRecord(*run, arguments);
     AddJson(*run, arguments.isJson);
     AddTimeline(*run, arguments.timeline);
     run->footer(ScriptHelp() + Example("run story.qos --chip 1"));
@@ -87,6 +97,7 @@ void AddDo(CommandSet& commands) {
         ->required();
     AddVerification(*act, arguments);
     arguments.session.AddTo(*act);
+    AddRecord(*act, arguments);
     AddJson(*act, arguments.isJson);
     AddTimeline(*act, arguments.timeline);
     act->footer(ScriptHelp() +
@@ -102,6 +113,7 @@ void AddDemo(CommandSet& commands) {
     CLI::App* const demo =
         commands.App().add_subcommand("demo", "play a short story on the simulated device");
     auto& arguments = commands.Keep<PlayArguments>();
+    AddRecord(*demo, arguments);
     AddJson(*demo, arguments.isJson);
     AddTimeline(*demo, arguments.timeline);
     AddVerification(*demo, arguments);

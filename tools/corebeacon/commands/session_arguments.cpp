@@ -1,5 +1,8 @@
 #include "commands/session_arguments.h"
 
+#include <memory>
+#include <utility>
+
 #include "board_file.h"
 #include "verb_table.h"
 
@@ -10,9 +13,8 @@ void SessionArguments::AddTo(CLI::App& command) {
         .add_option("--board", boardFile,
                     "the description of a board; without it, the tables of the library")
         ->type_name("FILE");
-    command.add_option("--device", device, "sim, the simulated device (the default), or kernel")
-        ->check(CLI::IsMember({"sim", "kernel"}).description(""))
-        ->type_name("DEVICE");
+    AddDevice(command, device,
+              "sim, the simulated device (the default), kernel, or the file of a snapshot");
     AddChip(command, chip, "unless given, what the board or the device tree tells, else 0");
     command
         .add_option("--log", logSwitch,
@@ -22,7 +24,12 @@ void SessionArguments::AddTo(CLI::App& command) {
 }
 
 std::optional<SessionOptions> SessionArguments::Options(std::ostream& diagnostics) const {
-    SessionOptions options{.device = DeviceOf(device), .chip = chip, .logSwitch = logSwitch};
+    const std::optional<DeviceChoice> choice = DeviceOf(device, diagnostics);
+    if (!choice) {
+        return std::nullopt;
+    }
+    SessionOptions options{.device = choice->kind, .chip = chip, .logSwitch = logSwitch};
+    options.snapshot = choice->snapshot;
     if (!boardFile.empty() && !(options.board = LoadBoard(boardFile, diagnostics))) {
         return std::nullopt;
     }
@@ -37,8 +44,20 @@ std::string Example(const std::string& words) {
     return "Example:\n  corebeacon " + words + "\n";
 }
 
-DeviceKind DeviceOf(const std::string& word) {
-    return word == "kernel" ? DeviceKind::KERNEL : DeviceKind::SIM;
+void AddDevice(CLI::App& command, std::string& word, const std::string& help) {
+    command.add_option("--device", word, help)->type_name("DEVICE");
+}
+
+std::optional<DeviceChoice> DeviceOf(const std::string& word, std::ostream& diagnostics) {
+    if (word == "sim" || word == "kernel") {
+        return DeviceChoice{word == "sim" ? DeviceKind::SIM : DeviceKind::KERNEL, nullptr};
+    }
+    std::optional<DeviceSnapshot> snapshot = LoadSnapshot(word, diagnostics);
+    if (!snapshot) {
+        return std::nullopt;
+    }
+    return DeviceChoice{DeviceKind::SNAPSHOT,
+                        std::make_shared<const DeviceSnapshot>(std::move(*snapshot))};
 }
 
 }  // namespace corebeacon::tool

@@ -19,7 +19,7 @@ struct SessionArguments {
     unsigned logSwitch = 0;
 
     void AddTo(CLI::App& command);
-    /// Nothing when the board cannot be read, which `diagnostics` are told.
+    /// Nothing when the board or the snapshot cannot be read, which `diagnostics` are told.
     std::optional<SessionOptions> Options(std::ostream& diagnostics) const;
 };
 
@@ -37,7 +37,15 @@ CLI::Option* AddJson(CLI::App& command, bool& isJson);
 /// The end of a command's help: the words behind the program's name of a call that works.
 std::string Example(const std::string& words);
 
-/// Of "sim" and "kernel".
-DeviceKind DeviceOf(const std::string& word);
+void AddDevice(CLI::App& command, std::string& word, const std::string& help);
+
+struct DeviceChoice {
+    DeviceKind kind = DeviceKind::SIM;
+    std::shared_ptr<const DeviceSnapshot> snapshot;  ///< of DeviceKind::SNAPSHOT
+};
+
+/// Of "sim", "kernel" and the file of a snapshot; nothing when that cannot be read, which
+/// `diagnostics` are told.
+std::optional<DeviceChoice> DeviceOf(const std::string& word, std::ostream& diagnostics);
 
 }  // namespace corebeacon::tool

@@ -2,12 +2,10 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/utsname.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <ctime>
 #include <mutex>
 #include <set>
 #include <utility>
@@ -16,6 +14,7 @@
 #include "corebeacon/log.h"
 #include "engine_session.h"
 #include "platform/posix_node_io.h"
+#include "recording/recording.h"
 
 namespace corebeacon::tool {
 
@@ -185,21 +184,6 @@ CapturedNode CaptureNode(const std::string& path, const std::string& root, bool 
     return node;
 }
 
-std::string NowText() {
-    const std::time_t now = std::time(nullptr);
-    std::tm utc{};
-    gmtime_r(&now, &utc);
-    char text[32];
-    std::strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%SZ", &utc);
-    return text;
-}
-
-std::string MachineText() {
-    struct utsname names {};
-    ::uname(&names);
-    return std::string(names.sysname) + " " + names.release + " " + names.machine;
-}
-
 }  // namespace
 
 DeviceSnapshot CaptureDevice(const std::optional<board::Board>& board, const std::string& root) {
@@ -211,7 +195,7 @@ DeviceSnapshot CaptureDevice(const std::optional<board::Board>& board, const std
         StartEngine(board);
     }
     paths.all.merge(machine.Opened());
-    DeviceSnapshot snapshot{.takenAt = NowText(), .machine = MachineText(), .nodes = {}};
+    DeviceSnapshot snapshot{.takenAt = UtcNow(), .machine = MachineText(), .nodes = {}};
     for (const std::string& path : paths.all) {
         snapshot.nodes.emplace(path, CaptureNode(path, root, paths.ioctl.contains(path)));
     }

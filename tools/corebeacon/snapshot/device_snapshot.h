@@ -22,14 +22,14 @@ enum class NodeForm {
 struct CapturedNode {
     NodeMode mode = NodeMode::ABSENT;
     NodeForm form = NodeForm::TEXT;
-    std::string bytes;          ///< exactly what a read gave
+    std::string bytes = {};     ///< exactly what a read gave
     int readError = 0;          ///< errno with which it ended; 0 for the end of the node
     bool isOpenFailed = false;  ///< readError is that of the open
 };
 
 struct DeviceSnapshot {
-    std::string takenAt;                        ///< UTC, as "2026-01-31T12:00:00Z"
-    std::string machine;                        ///< for people: kernel, release and architecture
+    std::string takenAt = {};                   ///< UTC, as "2026-01-31T12:00:00Z"
+    std::string machine = {};                   ///< for people: kernel, release and architecture
     std::map<std::string, CapturedNode> nodes;  ///< by path
 };
 
