@@ -67,8 +67,8 @@ class Offers(unittest.TestCase):
     def test_an_option_is_offered_once(self):
         self.assertIn("--chip", offered("run", "--c"))
         self.assertNotIn("--chip", offered("run", "--chip", "1", "--c"))
-        self.assertEqual(offered("run", "--device", "k"), ["kernel"])
-        self.assertEqual(offered("run", "--device=k"), ["--device=kernel"])
+        self.assertEqual(offered("run", "--device", "k"), ["kernel", ""])
+        self.assertEqual(offered("run", "--device=k"), ["--device=kernel", ""])
         self.assertEqual(offered("run", "--", "--"), [""])
 
     def test_a_file_where_one_is_meant(self):
@@ -76,6 +76,12 @@ class Offers(unittest.TestCase):
         self.assertEqual(offered("run", "--board", "x"), [""])
         self.assertEqual(offered("run", "story.qos", "x"), [])
         self.assertEqual(offered("check", "x"), [""])
+        self.assertEqual(offered("replay", "x"), [""])
+
+    def test_a_qos_where_one_is_meant(self):
+        self.assertEqual(offered("explain", "GP"), ["GPU"])
+        self.assertIn("CPU_L", offered("watch", "GPU", "CPU_"))
+        self.assertEqual(offered("explain", "GPU", "--do", "wai"), ["wait"])
 
     def test_statements_of_a_script(self):
         self.assertIn("request", offered("do", ""))

@@ -131,10 +131,15 @@ public:
         if (kind == "DEVICE") {
             Add(before + "sim", "the simulated device");
             Add(before + "kernel", "the running kernel's own nodes");
+            mCompletion.takesFile = true;  // of a snapshot
         } else if (kind == "STATEMENT") {
             const std::string line = value.substr(0, value.size() - LastWordOf(value).size());
             for (const std::string& word : CompleteScript(value, BuiltinWords(0))) {
                 Add(line + word, "");
+            }
+        } else if (kind == "TARGET") {
+            for (const ScriptQos& qos : BuiltinWords(0).qos) {
+                Add(qos.name, "");
             }
         } else if (kind == "FILE" || kind == "SCRIPT" || kind == "BOARD" || kind == "RECORDING") {
             mCompletion.takesFile = true;
