@@ -25,8 +25,7 @@ void AddWatchCommand(CommandSet& commands) {
     WatchCommandOptions& options = arguments.options;
     watch->add_option("TARGET", options.targets,
                       "a QoS, QOS.GROUP or a node; without any, every node of the table");
-    CLI::Option* const span =
-        AddTime(*watch, "--for", options.watch.span, "how long; without it, until interrupted");
+    AddTime(*watch, "--for", options.watch.span, "how long; without it, until interrupted");
     AddTime(*watch, "--every", options.watch.interval, "how often to look, 100ms unless given");
     arguments.session.AddTo(*watch);
     AddJson(*watch, options.isJson);
