@@ -14,7 +14,7 @@ if(COREBEACON_SANITIZE)
       set(runtime ${runtime_dir}/libclang_rt.tsan-${CMAKE_SYSTEM_PROCESSOR}.a)
       add_link_options(-fno-sanitize-link-runtime)
       string(APPEND CMAKE_EXE_LINKER_FLAGS
-        " -Wl,--whole-archive ${runtime} -Wl,--no-whole-archive -Wl,--dynamic-list=${runtime}.syms")
+        " -Wl,--whole-archive ${runtime} -Wl,--no-whole-archive -Wl,--dynamic-list=${runtime}.syms -lm")
     else()
       add_link_options(-shared-libsan)
       list(APPEND CMAKE_BUILD_RPATH ${runtime_dir})
