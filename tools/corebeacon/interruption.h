@@ -32,5 +32,8 @@ bool IsInterruptible();
 /// The signal that came, 0 for none.
 int Interruption();
 void ClearInterruption();
+/// To be polled along with what is waited for: readable while there is an interruption. That a call
+/// returns with EINTR is not enough, for the signal may come just before it, or to another thread.
+int InterruptionDescriptor();
 
 }  // namespace corebeacon::tool

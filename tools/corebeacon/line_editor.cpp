@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
@@ -184,6 +185,8 @@ void LineEditor::Terminal::SaveHistory() {
 }
 
 LineEditor::Answer LineEditor::Terminal::Read(std::string& line) {
+    // Before the prompt shows: libedit does so after it, and what is typed between would be lost.
+    ::el_set(mEdit, EL_PREP_TERM, 1);
     int length = 0;
     const char* const text = ::el_gets(mEdit, &length);
     if (Interruption() == SIGINT) {
@@ -229,22 +232,23 @@ int LineEditor::Terminal::ReadLetter(wchar_t& letter) {
 
 /// False when interrupted. Meanwhile tells the news.
 bool LineEditor::Terminal::AwaitByte() {
-    for (;;) {
-        pollfd input{STDIN_FILENO, POLLIN, 0};
-        const int ready = ::poll(&input, 1, MillisUntil(mHooks.nextLook()));
-        if (ready < 0) {
-            if (errno == EINTR && Interruption() == 0) {
-                continue;  // the window was resized
-            }
+    while (Interruption() == 0) {
+        std::array<pollfd, 2> awaited{
+            {{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0},
+             {.fd = InterruptionDescriptor(), .events = POLLIN, .revents = 0}}};
+        const int ready = ::poll(awaited.data(), awaited.size(), MillisUntil(mHooks.nextLook()));
+        if (ready < 0 && errno != EINTR) {  // it is EINTR also when the window was resized
             return false;
         }
-        if (ready > 0) {
+        if (ready > 0 && awaited[0].revents != 0) {
             return true;
         }
-        if (mHooks.hasNews()) {
+        if (ready == 0 && mHooks.hasNews()) {
             TellNews();
         }
     }
+    errno = EINTR;
+    return false;
 }
 
 void LineEditor::Terminal::TellNews() {

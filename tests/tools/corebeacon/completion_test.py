@@ -136,12 +136,16 @@ class InShells(unittest.TestCase):
     def test_bash_completes_words(self):
         self.assertIn("check ", self.bash("c"))
         self.assertEqual(self.bash("run", "--dev"), ["--device "])
-        self.assertEqual(self.bash("run", "--device", "=", "s"), ["sim "])
-        self.assertEqual(self.bash("run", "--device", "="), ["sim ", "kernel "])
+        self.assertEqual(self.bash("run", "--device", "=", "k"), ["kernel "])
         self.assertEqual(self.bash("run", "sto"), ["story.qos"])
         self.assertEqual(self.bash("do", "'request pid=1 GPU.b"),
                          ["request pid=1 GPU.boost=", "request pid=1 GPU.boost=..."])
         self.assertEqual(self.bash("frobnicate", "x"), [])
+
+    def test_bash_puts_no_blank_behind_words_among_files(self):
+        self.assertEqual(self.bash("run", "--device", "=", "s"), ["sim", "story.qos"])
+        self.assertCountEqual(self.bash("run", "--device", "="),
+                              ["sim", "kernel", "corebeacon", "story.qos"])
 
     def test_bash_completes_on_a_terminal(self):
         with Terminal([self.shell("bash"), "--norc", "-i"], self.environment) as terminal:

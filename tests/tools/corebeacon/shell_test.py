@@ -150,6 +150,13 @@ class Prompt(unittest.TestCase):
         self.assertEqual(terminal.wait_end(), 0)
         self.assertIn("No node was written.", terminal.output)
 
+    def test_what_comes_right_behind_the_prompt_is_obeyed(self):
+        for _ in range(25):
+            self.assertEqual(self.leave(self.start()), 0)
+            terminal = self.start()
+            terminal.signal(signal.SIGTERM)
+            self.assertEqual(terminal.wait_end(), 0)
+
     def test_leaving_awaits_what_is_timed_unless_it_is_interrupted(self):
         terminal = self.start()
         self.enter(terminal, "request pid=7 for=60s CPU_B.boost=1952000")
