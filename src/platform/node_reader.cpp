@@ -11,10 +11,10 @@ namespace corebeacon {
 
 namespace {
 
-int OpenForReading(const std::string& path) {
+int OpenForReading(NodeIo& nodes, const std::string& path) {
     int fd = -1;
     do {
-        fd = GetNodeIo().Open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        fd = nodes.Open(path.c_str(), O_RDONLY | O_CLOEXEC);
     } while (fd < 0 && errno == EINTR);
     return fd;
 }
@@ -22,20 +22,21 @@ int OpenForReading(const std::string& path) {
 /// Closes a descriptor for good, also when there is no memory for what was read.
 class FdGuard {
 public:
-    explicit FdGuard(int fd) : mFd(fd) {}
-    ~FdGuard() { GetNodeIo().Close(mFd); }
+    FdGuard(NodeIo& nodes, int fd) : mNodes(nodes), mFd(fd) {}
+    ~FdGuard() { mNodes.Close(mFd); }
     FdGuard(const FdGuard&) = delete;
     FdGuard& operator=(const FdGuard&) = delete;
 
 private:
+    NodeIo& mNodes;
     const int mFd;
 };
 
 // 0 at the end of the node, otherwise the errno value that ended the reading.
-int ReadToEnd(int fd, std::string& text) {
+int ReadToEnd(NodeIo& nodes, int fd, std::string& text) {
     std::array<char, 4096> buffer;  // a sysfs attribute is one page at most
     for (;;) {
-        const ssize_t got = GetNodeIo().Read(fd, buffer.data(), buffer.size());
+        const ssize_t got = nodes.Read(fd, buffer.data(), buffer.size());
         if (got == 0) {
             return 0;
         }
@@ -55,15 +56,19 @@ int ReadToEnd(int fd, std::string& text) {
 }  // namespace
 
 NodeStatus ReadNode(const std::string& path, std::string& out) {
-    const int fd = OpenForReading(path);
+    return ReadNode(GetNodeIo(), path, out);
+}
+
+NodeStatus ReadNode(NodeIo& nodes, const std::string& path, std::string& out) {
+    const int fd = OpenForReading(nodes, path);
     if (fd < 0) {
         return NodeStatus::NOT_OPENED;
     }
     std::string text;
     int error = 0;
     {
-        const FdGuard guard(fd);
-        error = ReadToEnd(fd, text);
+        const FdGuard guard(nodes, fd);
+        error = ReadToEnd(nodes, fd, text);
     }
     if (error != 0) {
         errno = error;  // closing may have overwritten it

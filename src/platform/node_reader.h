@@ -1,8 +1,11 @@
-/// Reads a kernel node as text through the NodeIo in force. Stateless; any thread may call it.
+/// Reads a kernel node as text, through the NodeIo in force unless told otherwise. Stateless; any
+/// thread may call it.
 #pragma once
 
 #include <cstddef>
 #include <string>
+
+#include "corebeacon/node_io.h"
 
 namespace corebeacon {
 
@@ -19,5 +22,7 @@ enum class NodeStatus {
 /// errno tells why (EFBIG: more than kMaxNodeBytes) and `out` is unchanged. Logs nothing: only the
 /// caller knows whether a missing node is a failure.
 NodeStatus ReadNode(const std::string& path, std::string& out);
+/// The same through another NodeIo than the one in force.
+NodeStatus ReadNode(NodeIo& nodes, const std::string& path, std::string& out);
 
 }  // namespace corebeacon

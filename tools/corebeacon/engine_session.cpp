@@ -103,10 +103,12 @@ EngineSession::EngineSession(const SessionOptions& options)
       mFormerNodeIo(GetNodeIo()),
       mFormerLogSwitch(PfLogonNamespace::PfLogonGet()->load()),
       mClock(options.pace ? std::make_unique<TurnClock>(*options.pace) : nullptr),
-      mBoard(options.board) {
-    NodeIo* device = &MakeDevice();
+      mBoard(options.board),
+      mDevice(MakeDevice()),
+      mReader(mDevice) {
+    NodeIo* device = &mDevice;
     if (options.recording != nullptr) {
-        BeginRecording(*device);
+        BeginRecording();
         device = mTap.get();
     }
     mRecord = std::make_unique<RecordingNodeIo>(*device);
@@ -168,7 +170,7 @@ void EngineSession::SimulateDevice(unsigned chip) {
     mSimulated->AddText(mProbe.nodePath, "");
 }
 
-void EngineSession::BeginRecording(NodeIo& device) {
+void EngineSession::BeginRecording() {
     const bool isSim = mOptions.device == DeviceKind::SIM;
     RecordingHead head{.recordedAt = UtcNow(),
                        .program = COREBEACON_VERSION,
@@ -180,7 +182,7 @@ void EngineSession::BeginRecording(NodeIo& device) {
         head.chip = CHIP_TYPE_COMMON;
     }
     mOptions.recording->Begin(head);
-    mTap = std::make_unique<RecordingTap>(device, *mOptions.recording);
+    mTap = std::make_unique<RecordingTap>(mDevice, *mOptions.recording);
 }
 
 void EngineSession::TakeTables() {

@@ -111,7 +111,7 @@ private:
     NodeIo& MakeDevice();
     void SimulateDevice(unsigned chip);
     void TakeHostTables(const HostTables& host);
-    void BeginRecording(NodeIo& device);
+    void BeginRecording();
     void TakeTables();
     void TakeTurns();
 
@@ -121,13 +121,14 @@ private:
     std::unique_ptr<TurnClock> mClock;                 // null where workers move freely
     std::optional<board::Board> mBoard;                // narrowed by the engine
     std::unique_ptr<sim::SimulatedDevice> mSimulated;  // null on the kernel
-    std::unique_ptr<RecordingTap> mTap;                // null without a recording
-    std::unique_ptr<RecordingNodeIo> mRecord;
-    mutable TimedReader mReader;                  // gone before what it reads
     std::optional<PerfQosEasConfig> mTaskGroups;  // for the built-in tables on the simulated device
+    ProbeEvent mProbe;
+    NodeIo& mDevice;                     // by MakeDevice, which also sets the three above
+    std::unique_ptr<RecordingTap> mTap;  // null without a recording
+    std::unique_ptr<RecordingNodeIo> mRecord;
+    mutable TimedReader mReader;  // past the two above
     std::vector<ConfigurableEvent> mEvents;
     std::vector<ConfigurableScenario> mScenarios;
-    ProbeEvent mProbe;
     PerfDefaultConfig mConfig;
     std::unique_ptr<ConfigManager> mEngine;
     std::unique_ptr<EngineFront> mFront;  // null until the engine has started

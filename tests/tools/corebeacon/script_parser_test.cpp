@@ -114,7 +114,7 @@ TEST(ScriptParser, AnUnknownVerbIsCorrectedOrAllAreTold) {
     EXPECT_EQ(ErrorsOf("wait 1ms\n  frobnicate"),
               Texts{"2:3: there is no verb 'frobnicate'; the verbs are request, base-set, "
                     "scenario, mode, release, release-all, suspend, resume, event, probe, wait, "
-                    "dump, debug, log, version"});
+                    "explain, dump, debug, log, version"});
 }
 
 TEST(ScriptParser, AnUnknownQosIsCorrectedWhenSomethingIsNear) {

@@ -1,11 +1,15 @@
 // What `--verify` finds on nodes that do not do as they are told, and what `watch` notices.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -50,6 +54,9 @@ const NodeFacts kCeiling{NodeFacts::CEILING, "", {100, 200, 300}};
 TEST(Verdict, TheSameTextOrNumberIsExact) {
     EXPECT_EQ(Judged("7", Held("7")), "exact");
     EXPECT_EQ(Judged("007", Held("7")), "exact");
+    EXPECT_EQ(Judged("0x77359400", Held("2000000000")), "exact");
+    EXPECT_EQ(Judged("0x77359400", Held("77359400")), "overwritten");
+    EXPECT_EQ(Judged("0x", Held("0")), "overwritten");
     EXPECT_EQ(Judged("off", Held("off")), "exact");
     EXPECT_EQ(Judged("b", Held("a [b] c")), "exact");
 }
@@ -174,6 +181,19 @@ protected:
     static bool Has(const std::string& text, const std::string& part) {
         return text.find(part) != std::string::npos;
     }
+    /// The thread that opened the node last is on the device still, which must not go before it.
+    void AwaitReaderOf(const std::string& path) {
+        pid_t thread = 0;
+        for (const sim::Operation& operation : mDevice->Operations(OperationKind::OPEN)) {
+            thread = operation.path == path ? operation.thread : thread;
+        }
+        const std::string task = "/proc/self/task/" + std::to_string(thread);
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (::access(task.c_str(), F_OK) == 0) {
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
 
     std::unique_ptr<SimulatedDevice> mDevice = SimulatedDevice::ForChip(0);
     Meddler mMeddler{*mDevice};
@@ -245,7 +265,10 @@ TEST_F(VerifiedRun, ANodeThatHangsHoldsNobodyUp) {
     const auto gate = std::make_shared<sim::Gate>();
     mDevice->Inject(kGpuMin, OperationKind::READ, Fault::Hold(gate).Forever());
     const Outcome outcome = Play("request pid=1 GPU.boost=600000000\n");
+    EXPECT_EQ(mDevice->OpenDescriptors(kGpuMin), 1U);
     gate->Open();
+    AwaitReaderOf(kGpuMin);
+    EXPECT_EQ(mDevice->OpenDescriptors(kGpuMin), 0U);  // closed where it had been opened
     EXPECT_EQ(outcome.exitCode, kExitMismatch);
     EXPECT_TRUE(Has(Summary(outcome),
                     "  unreadable  1  " + kGpuMin + "  wrote 600000000: no answer in time"))

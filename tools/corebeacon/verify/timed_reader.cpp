@@ -14,11 +14,11 @@ namespace corebeacon::tool {
 
 namespace {
 
-NodeReading ReadNow(const std::string& path) {
+NodeReading ReadNow(NodeIo& nodes, const std::string& path) {
     NodeReading reading;
     std::string bytes;
     errno = 0;
-    const NodeStatus status = ReadNode(path, bytes);
+    const NodeStatus status = ReadNode(nodes, path, bytes);
     if (status == NodeStatus::READ) {
         reading.status = NodeReading::READ;
         reading.text = NodeText(bytes);
@@ -35,6 +35,8 @@ NodeReading ReadNow(const std::string& path) {
 /// One question at a time. The thread holds it too, since it may outlive the reader.
 class TimedReader::Worker : public std::enable_shared_from_this<Worker> {
 public:
+    explicit Worker(NodeIo& nodes) : mNodes(nodes) {}
+
     void Start() {
         std::thread([self = shared_from_this()] { self->Work(); }).detach();
     }
@@ -71,12 +73,14 @@ private:
             const std::string path = std::move(*mAsked);
             mAsked.reset();
             lock.unlock();
-            NodeReading reading = ReadNow(path);
+            NodeReading reading = ReadNow(mNodes, path);
             lock.lock();
             mAnswer = std::move(reading);
             mChanged.notify_all();
         }
     }
+
+    NodeIo& mNodes;
 
     std::mutex mMutex;
     std::condition_variable mChanged;
@@ -86,7 +90,8 @@ private:
     bool mIsDismissed = false;
 };
 
-TimedReader::TimedReader(std::chrono::milliseconds limit) : mLimit(limit) {}
+TimedReader::TimedReader(NodeIo& nodes, std::chrono::milliseconds limit)
+    : mNodes(nodes), mLimit(limit) {}
 
 TimedReader::~TimedReader() {
     for (const auto& [path, worker] : mHanging) {
@@ -107,7 +112,7 @@ NodeReading TimedReader::Read(const std::string& path) {
         mHanging.erase(hanging);
     }
     if (mWorker == nullptr) {
-        mWorker = std::make_shared<Worker>();
+        mWorker = std::make_shared<Worker>(mNodes);
         mWorker->Start();
     }
     mWorker->Ask(path);

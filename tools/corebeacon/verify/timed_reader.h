@@ -1,6 +1,7 @@
 /// Reads nodes without waiting for one that hangs: a thread of its own reads, and is left behind
 /// with a node that does not answer in time. Owned by who verifies or watches; used on that thread.
-/// Reads go through the NodeIo in force, which must outlive the answers that are still awaited.
+/// Reads go straight to the device, past whatever records what the engine does; the device must
+/// outlive the answers that are still awaited, however late they come.
 #pragma once
 
 #include <chrono>
@@ -8,6 +9,8 @@
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "corebeacon/node_io.h"
 
 namespace corebeacon::tool {
 
@@ -24,7 +27,7 @@ public:
     static constexpr std::chrono::milliseconds kUsualLimit{500};
 
     /// `limit` is real time, whatever clock the engine has.
-    explicit TimedReader(std::chrono::milliseconds limit = kUsualLimit);
+    explicit TimedReader(NodeIo& nodes, std::chrono::milliseconds limit = kUsualLimit);
     /// Gives those that hang the same time once more.
     ~TimedReader();
     TimedReader(const TimedReader&) = delete;
@@ -36,6 +39,7 @@ public:
 private:
     class Worker;
 
+    NodeIo& mNodes;
     const std::chrono::milliseconds mLimit;
     std::shared_ptr<Worker> mWorker;
     std::map<std::string, std::shared_ptr<Worker>> mHanging;  // by node

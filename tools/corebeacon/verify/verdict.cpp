@@ -26,10 +26,13 @@ const Row& RowOf(Verdict verdict) {
     return kRows[static_cast<std::size_t>(verdict)];
 }
 
+/// In decimal or with 0x before it: some nodes take a text in hexadecimal and show a number.
 std::optional<std::int64_t> Number(const std::string& text) {
+    const bool isHex = text.starts_with("0x");
     std::int64_t number = 0;
     const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    const auto [stop, error] =
+        std::from_chars(text.data() + (isHex ? 2 : 0), end, number, isHex ? 16 : 10);
     return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
 }
 
