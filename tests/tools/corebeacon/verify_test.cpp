@@ -371,6 +371,17 @@ TEST_F(Watched, AllNodesOfTheTableUnlessToldOtherwise) {
     EXPECT_GT(std::stoi(outcome.out.substr(std::string("Watching ").size())), 50) << outcome.out;
 }
 
+TEST_F(Watched, AQosThatIsNotInServiceIsToldWithTheReason) {
+    mDevice->Remove("/sys/class/devfreq/gpufreq/available_frequencies");
+    for (const std::string target : {"GPU", "gpu.0"}) {
+        const Outcome outcome = WatchFor({target});
+        EXPECT_EQ(outcome.exitCode, kExitBadInput);
+        EXPECT_EQ(outcome.diagnostics,
+                  "corebeacon: GPU is not in service: its frequency list "
+                  "/sys/class/devfreq/gpufreq/available_frequencies cannot be used\n");
+    }
+}
+
 TEST_F(Watched, WhatNamesNoNodeIsBadInput) {
     EXPECT_EQ(WatchFor({"GPV"}).exitCode, kExitBadInput);
     const Outcome outcome = WatchFor({"/no/such/node"});

@@ -1,6 +1,7 @@
 // Which groups the words of an explanation name.
 #include <algorithm>
 #include <charconv>
+#include <string>
 #include <string_view>
 
 #include "explain/explanation.h"
@@ -58,12 +59,19 @@ public:
         return AddNode(word);
     }
 
-    std::string Hint(const std::string& word) const {
+    /// Of a word that names nothing.
+    std::string WhyNot(const std::string& word) const {
+        const std::optional<PerfQosId> named = QosOf(word.substr(0, word.find('.')));
+        for (const UnsupportedQos& qos : mSession.Unsupported()) {
+            if (named == qos.id) {
+                return qos.name + " is not in service: " + qos.reason;
+            }
+        }
         std::vector<std::string_view> names;
         for (const auto& [qosId, config] : mSession.Table()) {
             names.emplace_back(config.get().name);
         }
-        return DidYouMean(word, names);
+        return "nothing here is called '" + word + "'" + DidYouMean(word, names);
     }
 
     std::vector<GroupState> Take() { return std::move(mFound); }
@@ -126,7 +134,7 @@ std::optional<std::vector<GroupState>> FindGroups(EngineSession& session,
     GroupFinder finder(session);
     for (const std::string& word : words) {
         if (!finder.Add(word)) {
-            problem = "nothing here is called '" + word + "'" + finder.Hint(word);
+            problem = finder.WhyNot(word);
             return std::nullopt;
         }
     }
