@@ -52,6 +52,10 @@ function(corebeacon_use_test_pch target)
   target_precompile_headers(${target} REUSE_FROM corebeacon_test_pch)
 endfunction()
 
+# The tests of the library, labelled "library".
+set(corebeacon_library_suites
+  platform config command engine resources front model faults soak races oom)
+
 # corebeacon_test(engine SOURCES a.cpp LIBS corebeacon_platform ...): one GoogleTest program
 # named corebeacon_<name>_tests, run by ctest as <name>.
 function(corebeacon_test name)
@@ -64,4 +68,7 @@ function(corebeacon_test name)
     ${ARG_LIBS} GTest::gtest GTest::gtest_main Threads::Threads corebeacon_test_flags)
   corebeacon_use_test_pch(corebeacon_${name}_tests)
   add_test(NAME ${name} COMMAND corebeacon_${name}_tests)
+  if(name IN_LIST corebeacon_library_suites)
+    set_tests_properties(${name} PROPERTIES LABELS library)
+  endif()
 endfunction()

@@ -9,12 +9,17 @@ all_stages=(format release asan-ubsan clang-tsan tidy aarch64)
 jobs=$(nproc)
 sources=(include src tools tests examples bench)
 
-# The tests' own words are always shown.
+# The tests' own words are always shown. COREBEACON_SUITES=library leaves out, of all builds but the
+# first, the tests of what is around the library.
 preset() {
+    local target=all label=
+    if [ "${COREBEACON_SUITES:-all}" = library ] && [ "$1" != release ]; then
+        target=corebeacon_library_suites label=library
+    fi
     quietly "$1-configure.log" cmake --preset "$1"
-    quietly "$1-build.log" cmake --build --preset "$1"
+    quietly "$1-build.log" cmake --build --preset "$1" --target $target
     # Two more than there are cores, since some tests do little but wait.
-    ctest --preset "$1" -j "$((jobs + 2))"
+    ctest --preset "$1" -j "$((jobs + 2))" ${label:+-L "$label"}
 }
 
 format() {

@@ -75,8 +75,7 @@ inline Outcome PlayText(const std::string& script, const SessionOptions& options
     const DrivenClock clock;
     std::ostringstream out;
     std::ostringstream diagnostics;
-    const int exitCode =
-        PlayScript(script, "story.qos", {.session = options}, out, diagnostics);
+    const int exitCode = PlayScript(script, "story.qos", {.session = options}, out, diagnostics);
     return {exitCode, out.str(), diagnostics.str()};
 }
 
