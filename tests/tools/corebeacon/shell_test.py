@@ -98,7 +98,7 @@ class Prompt(unittest.TestCase):
     def test_ctrl_c_cancels_a_wait(self):
         terminal = self.start()
         terminal.type("wait 3600s\r")
-        terminal.wait_for("0  wait 3600s")  # the account's own line: it has begun
+        terminal.wait_for("  wait 3600s")  # the account's own line: it has begun
         terminal.type(CTRL_C)
         terminal.wait_for("corebeacon: interrupted")
         terminal.wait_for(PROMPT)
