@@ -2,6 +2,7 @@
 # so that they run under qemu-user and inside a bare kernel's initramfs alike.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64-static)
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
