@@ -38,9 +38,9 @@ mkdir -p build/package-root
 [ -d "$base" ] || quietly try-packages-root.log make_base
 # Hard links are quick, and dpkg replaces files instead of changing them.
 cp --archive --link "$base" "$root"
-mkdir "$root/packages" "$root/work"
+mkdir "$root/packages" "$root/trial"
 cp build/packages/*.deb "$root/packages/"
-cp tests/project/document_code.py "$root/work/"
+cp tests/project/document_code.py "$root/trial/"
 rm -f "$root"/packages/*-dbgsym_*.deb
 
 install_packages() {
@@ -55,11 +55,11 @@ floor='/sys/devices/system/cpu/cpufreq/policy2/scaling_min_freq <- 2000000'
 example() {
     local name=$1 source=/usr/share/doc/libcorebeacon-dev/examples/$1
     quietly "try-packages-$name.log" inside sh -euc "
-        cmake -S $source -B /work/$name
-        cmake --build /work/$name
-        $3 $source/$name.$2 -o /work/$name-pkg-config \$(pkg-config --cflags --libs corebeacon)"
-    inside "/work/$name/$name" | grep -qxF "$floor"
-    inside "/work/$name-pkg-config" | grep -qxF "$floor"
+        cmake -S $source -B /trial/$name
+        cmake --build /trial/$name
+        $3 $source/$name.$2 -o /trial/$name-pkg-config \$(pkg-config --cflags --libs corebeacon)"
+    inside "/trial/$name/$name" | grep -qxF "$floor"
+    inside "/trial/$name-pkg-config" | grep -qxF "$floor"
     echo "$name: built with CMake and with pkg-config, and run"
 }
 echo "=== examples"
@@ -68,7 +68,7 @@ example boost_c c 'cc -std=c99'
 
 echo "=== documents"
 inside sh -euc '
-    cd /work
+    cd /trial
     cp /usr/share/doc/libcorebeacon-dev/guide.md* .
     cp /usr/share/man/man3/libcorebeacon.3.gz .
     gzip --decompress --quiet *.gz || true
