@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "corebeacon/trace.h"
+#include "sim/forwarding_node_io.h"
 #include "soak/busy_engine.h"
 #include "soak/random_caller.h"
 
@@ -147,29 +148,18 @@ TEST_F(ForkTest, AChildMayExitAtOnceAndTheParentGoesOn) {
 }
 
 /// Looks at the flags of every open.
-class FlagWatch : public NodeIo {
+class FlagWatch : public sim::ForwardingNodeIo {
 public:
-    explicit FlagWatch(NodeIo& kernel) : mKernel(kernel) {}
+    using ForwardingNodeIo::ForwardingNodeIo;
 
     int Open(const char* path, int flags) override {
         ++((flags & O_CLOEXEC) != 0 ? mClosedOnExec : mLeftOpen);
-        return mKernel.Open(path, flags);
-    }
-    ssize_t Read(int fd, void* buffer, std::size_t size) override {
-        return mKernel.Read(fd, buffer, size);
-    }
-    ssize_t Write(int fd, const void* data, std::size_t size) override {
-        return mKernel.Write(fd, data, size);
-    }
-    int Close(int fd) override { return mKernel.Close(fd); }
-    int Ioctl(int fd, unsigned long request, void* argument) override {
-        return mKernel.Ioctl(fd, request, argument);
+        return ForwardingNodeIo::Open(path, flags);
     }
     long ClosedOnExec() const { return mClosedOnExec; }
     long LeftOpen() const { return mLeftOpen; }
 
 private:
-    NodeIo& mKernel;
     std::atomic<long> mClosedOnExec{0};
     std::atomic<long> mLeftOpen{0};
 };
