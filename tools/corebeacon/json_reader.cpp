@@ -126,7 +126,8 @@ bool JsonPlace::Flag() const {
 }
 
 void JsonPlace::Fail(const std::string& message) const {
-    throw JsonError((mPath.empty() ? "" : mPath + ": ") + message);
+    const bool hasPlace = !mPath.empty();
+    throw JsonError((hasPlace ? mPath + ": " : "") + message, hasPlace);
 }
 
 void PutBytes(nlohmann::ordered_json& object, const std::string& bytes) {

@@ -16,11 +16,17 @@
 
 namespace corebeacon::tool {
 
-/// what() begins with the place: "12:5: ", or "nodes[3].mode: " unless it is the whole document.
+/// what() begins with the place, "12:5: " or "nodes[3].mode: ", unless that is the whole document.
 /// Thrown and caught inside a reader.
 class JsonError : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    explicit JsonError(const std::string& text, bool hasPlace = true)
+        : std::runtime_error(text), mHasPlace(hasPlace) {}
+
+    bool HasPlace() const { return mHasPlace; }
+
+private:
+    const bool mHasPlace;
 };
 
 /// Throws a JsonError for a text that is no JSON, or nested deeper than anything of ours is.

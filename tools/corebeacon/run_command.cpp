@@ -1,7 +1,6 @@
 #include "run_command.h"
 
 #include <cerrno>
-#include <cstring>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -16,6 +15,7 @@
 #include "recording/recording_writer.h"
 #include "script_player.h"
 #include "script_source.h"
+#include "text_file.h"
 #include "timeline_file.h"
 #include "timeline_recorder.h"
 #include "verify/node_watch.h"
@@ -53,17 +53,13 @@ void AddFindings(Json& document, const std::optional<WriteVerifier>& verifier,
     }
 }
 
-void TellUnwritable(const std::string& path, std::ostream& diagnostics) {
-    diagnostics << "corebeacon: cannot write " << path << ": " << std::strerror(errno) << "\n";
-}
-
 /// Without a file there is nothing to keep.
 bool KeepTimeline(const Timeline& timeline, const std::string& path, std::ostream& diagnostics) {
     errno = 0;
     if (path.empty() || WriteTimelineFile(timeline, path)) {
         return true;
     }
-    TellUnwritable(path, diagnostics);
+    TellUnwritable(path, errno, diagnostics);
     return false;
 }
 
@@ -127,7 +123,7 @@ int PlayScript(std::string_view script, const std::string& name, const RunOption
         return kExitBadInput;
     }
     if (!options.timeline.empty() && !CreateTimelineFile(options.timeline)) {
-        TellUnwritable(options.timeline, diagnostics);
+        TellUnwritable(options.timeline, errno, diagnostics);
         return kExitBadInput;
     }
     EventPrinter printer(out, *statements, options.palette);

@@ -1,31 +1,22 @@
 #include "script_source.h"
 
 #include <cerrno>
-#include <cstring>
-#include <fstream>
 
 #include "script_parser.h"
+#include "text_file.h"
 
 namespace corebeacon::tool {
 
 namespace {
 
-/// One byte more than the parser takes, so that it can say that the script is too long.
-constexpr std::size_t kMaxReadBytes = kMaxScriptBytes + 1;
-
-std::optional<std::string> ReadAll(std::istream& in) {
-    std::string text(kMaxReadBytes, '\0');
-    in.read(text.data(), static_cast<std::streamsize>(text.size()));
-    if (in.bad()) {
-        return std::nullopt;
+std::optional<std::string> ReadStandardInput(std::istream& in, const std::string& name,
+                                             std::ostream& diagnostics) {
+    errno = 0;
+    std::optional<std::string> text = ReadText(in, kMaxScriptBytes);
+    if (!text) {
+        TellUnreadable(name, errno, diagnostics);
     }
-    text.resize(static_cast<std::size_t>(in.gcount()));
     return text;
-}
-
-std::optional<std::string> ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return file.is_open() ? ReadAll(file) : std::nullopt;
 }
 
 }  // namespace
@@ -33,14 +24,11 @@ std::optional<std::string> ReadFile(const std::string& path) {
 std::optional<ScriptText> ReadScript(const std::string& path, std::istream& in,
                                      std::ostream& diagnostics) {
     const bool isStandardInput = path == "-";
-    errno = 0;
-    std::optional<std::string> script = isStandardInput ? ReadAll(in) : ReadFile(path);
     const std::string name = isStandardInput ? "<stdin>" : path;
-    if (!script) {
-        diagnostics << "corebeacon: cannot read " << name << ": " << std::strerror(errno) << "\n";
-        return std::nullopt;
-    }
-    return ScriptText{name, std::move(*script)};
+    std::optional<std::string> script = isStandardInput
+                                            ? ReadStandardInput(in, name, diagnostics)
+                                            : ReadTextFile(path, kMaxScriptBytes, diagnostics);
+    return script ? std::optional(ScriptText{name, std::move(*script)}) : std::nullopt;
 }
 
 ScriptText JoinStatements(const std::vector<std::string>& statements) {

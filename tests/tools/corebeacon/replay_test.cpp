@@ -365,6 +365,17 @@ TEST_F(Replaying, WhatIsNoRecordingIsToldWithItsPlace) {
               "corebeacon: cannot read " + mFile + ": No such file or directory\n");
 }
 
+TEST_F(Replaying, AFolderOrADeviceWithoutEndIsNoRecording) {
+    const auto diagnosticsOf = [](const std::string& path) {
+        std::ostringstream out;
+        std::ostringstream diagnostics;
+        EXPECT_EQ(ReplayFile(path, false, out, diagnostics), kExitBadInput);
+        return diagnostics.str();
+    };
+    EXPECT_EQ(diagnosticsOf(mFolder), "corebeacon: cannot read " + mFolder + ": Is a directory\n");
+    EXPECT_EQ(diagnosticsOf("/dev/zero"), "/dev/zero:1: is longer than 4194304 bytes\n");
+}
+
 TEST_F(Replaying, ARecordingThatCannotBeWrittenIsBadInput) {
     mFile = mFolder + "/none/rec";
     EXPECT_EQ(Record("wait 1ms\n"), kExitBadInput);

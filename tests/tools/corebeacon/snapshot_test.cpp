@@ -241,11 +241,11 @@ TEST(Snapshot, WhatIsWrongIsToldWithItsPlace) {
         return ParseSnapshot(text).error;
     };
     EXPECT_EQ(ParseSnapshot("<board/>").error, "1:1: is no JSON from here on");
-    EXPECT_EQ(ParseSnapshot("{}").error, "has no \"document\"");
-    EXPECT_EQ(ParseSnapshot("7").error, "must be an object");
+    EXPECT_EQ(ParseSnapshot("{}").error, "1:1: has no \"document\"");
+    EXPECT_EQ(ParseSnapshot("7").error, "1:1: must be an object");
     EXPECT_EQ(ParseSnapshot(std::string(100000, '[')).error, "1:1: is nested too deeply");
     EXPECT_EQ(ParseSnapshot(std::string(kMaxSnapshotBytes + 1, ' ')).error,
-              "longer than 8388608 bytes");
+              "1:1: is longer than 8388608 bytes");
     EXPECT_EQ(errorOf("corebeacon snapshot", "corebeacon recording"),
               "document: must be \"corebeacon snapshot\"");
     EXPECT_EQ(errorOf("\"schema_version\": 1", "\"schema_version\": 2"),

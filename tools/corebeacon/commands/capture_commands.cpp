@@ -1,6 +1,5 @@
 // The commands that carry a machine elsewhere: `plan`, `snapshot`, `replay`.
 #include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <optional>
@@ -13,6 +12,7 @@
 #include "recording/replay_command.h"
 #include "run_command.h"
 #include "snapshot/capture.h"
+#include "text_file.h"
 
 namespace corebeacon::tool {
 
@@ -60,8 +60,7 @@ int Snapshot(const SnapshotArguments& arguments) {
     errno = 0;
     std::ofstream file(arguments.outFile);
     if (!(file << text).flush()) {
-        std::cerr << "corebeacon: cannot write " << arguments.outFile << ": "
-                  << std::strerror(errno) << "\n";
+        TellUnwritable(arguments.outFile, errno, std::cerr);
         return kExitFailed;
     }
     return kExitDone;

@@ -1,10 +1,11 @@
 // Recordings as lines of JSON, and read back.
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <limits>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "board/board_reader.h"
 #include "board/board_writer.h"
@@ -12,6 +13,7 @@
 #include "json_document.h"
 #include "json_reader.h"
 #include "recording/recording.h"
+#include "text_file.h"
 
 namespace corebeacon::tool {
 
@@ -253,22 +255,16 @@ public:
     explicit Lines(std::istream& in) : mIn(in) {}
 
     Recording ReadAll() {
-        std::string text;
-        while (std::getline(mIn, text)) {
-            ++mNumber;
-            // A cut may well leave a line that looks whole, but none with a newline behind.
-            if (mIn.eof()) {
-                Fail("ends in the middle of a line");
-            }
-            if (text.size() > kMaxLineBytes) {
-                Fail("is longer than " + std::to_string(kMaxLineBytes) + " bytes");
-            }
-            const nlohmann::json value = ParseJson(text, mNumber);
+        while (const std::optional<std::string_view> text = Next()) {
+            const nlohmann::json value = ParseJson(*text, mNumber);
             try {
                 Add(JsonPlace(value, ""));
             } catch (const JsonError& error) {
                 Fail(error.what());
             }
+        }
+        if (mIn.bad()) {
+            return {};  // the caller tells why
         }
         ++mNumber;
         if (!mIsEnded) {
@@ -280,6 +276,29 @@ public:
 private:
     [[noreturn]] void Fail(const std::string& message) const {
         throw JsonError(std::to_string(mNumber) + ": " + message);
+    }
+
+    /// The next line, in the buffer; absent behind the last one, or after a failed read. Of what is
+    /// no recording it may be without end, so no more is read than a line may have.
+    std::optional<std::string_view> Next() {
+        mIn.getline(mBuffer.data(), static_cast<std::streamsize>(mBuffer.size()));
+        const auto size = static_cast<std::size_t>(mIn.gcount());
+        if (mIn.bad() || (mIn.eof() && size == 0)) {
+            return std::nullopt;
+        }
+        ++mNumber;
+        mBytes += size;
+        // A cut may well leave a line that looks whole, but none with a newline behind.
+        if (mIn.eof()) {
+            Fail("ends in the middle of a line");
+        }
+        if (mIn.fail()) {
+            Fail("is longer than " + std::to_string(kMaxLineBytes) + " bytes");
+        }
+        if (mBytes > kMaxRecordingBytes) {
+            Fail("is beyond " + std::to_string(kMaxRecordingBytes) + " bytes");
+        }
+        return std::string_view(mBuffer.data(), size - 1);  // the newline counts
     }
 
     void Add(const JsonPlace& line) {
@@ -302,6 +321,8 @@ private:
     }
 
     std::istream& mIn;
+    std::vector<char> mBuffer = std::vector<char>(kMaxLineBytes + 1);  // with a zero behind
+    std::size_t mBytes = 0;
     std::size_t mNumber = 0;
     Recording mRecording;
     nanoseconds mLast{0};
@@ -387,19 +408,14 @@ std::string LineOf(const RecordedEnd& end) {
 
 std::optional<Recording> LoadRecording(const std::string& path, std::ostream& diagnostics) {
     errno = 0;
-    std::ifstream file(path, std::ios::binary | std::ios::ate);
-    const std::streamoff size = file.is_open() ? static_cast<std::streamoff>(file.tellg()) : -1;
-    file.seekg(0);
-    if (!file || size < 0) {
-        diagnostics << "corebeacon: cannot read " << path << ": " << std::strerror(errno) << "\n";
-        return std::nullopt;
-    }
-    if (size > static_cast<std::streamoff>(kMaxRecordingBytes)) {
-        diagnostics << path << ": longer than " << kMaxRecordingBytes << " bytes\n";
-        return std::nullopt;
-    }
+    std::ifstream file(path, std::ios::binary);
     try {
-        return Lines(file).ReadAll();
+        Recording recording = file.is_open() ? Lines(file).ReadAll() : Recording();
+        if (file.is_open() && !file.bad()) {
+            return recording;
+        }
+        TellUnreadable(path, errno, diagnostics);
+        return std::nullopt;
     } catch (const JsonError& error) {
         diagnostics << path << ":" << error.what() << "\n";
         return std::nullopt;

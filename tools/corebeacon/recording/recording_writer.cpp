@@ -1,24 +1,17 @@
 #include "recording/recording_writer.h"
 
 #include <cerrno>
-#include <cstring>
+
+#include "text_file.h"
 
 namespace corebeacon::tool {
-
-namespace {
-
-void TellFailure(const std::string& path, int error, std::ostream& diagnostics) {
-    diagnostics << "corebeacon: cannot write " << path << ": " << std::strerror(error) << "\n";
-}
-
-}  // namespace
 
 std::unique_ptr<RecordingWriter> RecordingWriter::Open(const std::string& path,
                                                        std::ostream& diagnostics) {
     errno = 0;
     std::unique_ptr<RecordingWriter> writer(new RecordingWriter(path));
     if (!writer->mFile) {
-        TellFailure(path, errno, diagnostics);
+        TellUnwritable(path, errno, diagnostics);
         return nullptr;
     }
     return writer;
@@ -50,7 +43,7 @@ bool RecordingWriter::Close(std::ostream& diagnostics) {
     errno = 0;
     mFile.close();
     if (!mFile) {
-        TellFailure(mPath, mError != 0 ? mError : errno, diagnostics);
+        TellUnwritable(mPath, mError != 0 ? mError : errno, diagnostics);
         return false;
     }
     return true;

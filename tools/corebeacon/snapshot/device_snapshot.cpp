@@ -1,13 +1,11 @@
 #include "snapshot/device_snapshot.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <utility>
 
 #include "corebeacon/version.h"
 #include "json_reader.h"
+#include "text_file.h"
 
 namespace corebeacon::tool {
 
@@ -124,27 +122,22 @@ std::string SnapshotText(const DeviceSnapshot& snapshot) {
 ReadSnapshot ParseSnapshot(std::string_view text) {
     try {
         if (text.size() > kMaxSnapshotBytes) {
-            throw JsonError("longer than " + std::to_string(kMaxSnapshotBytes) + " bytes");
+            throw JsonError("is longer than " + std::to_string(kMaxSnapshotBytes) + " bytes",
+                            false);
         }
         const nlohmann::json document = ParseJson(text);
         return {SnapshotOf(JsonPlace(document, "")), ""};
     } catch (const JsonError& error) {
-        return {{}, error.what()};
+        return {{}, (error.HasPlace() ? "" : "1:1: ") + std::string(error.what())};
     }
 }
 
 std::optional<DeviceSnapshot> LoadSnapshot(const std::string& path, std::ostream& diagnostics) {
-    // One byte more than the reader takes, so that it can say that the file is too long.
-    std::string text(kMaxSnapshotBytes + 1, '\0');
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    file.read(text.data(), static_cast<std::streamsize>(text.size()));
-    if (!file.is_open() || file.bad()) {
-        diagnostics << "corebeacon: cannot read " << path << ": " << std::strerror(errno) << "\n";
+    const auto text = ReadTextFile(path, kMaxSnapshotBytes, diagnostics);
+    if (!text) {
         return std::nullopt;
     }
-    text.resize(static_cast<std::size_t>(file.gcount()));
-    ReadSnapshot read = ParseSnapshot(text);
+    ReadSnapshot read = ParseSnapshot(*text);
     if (!read.error.empty()) {
         diagnostics << path << ":" << read.error << "\n";
         return std::nullopt;
