@@ -100,8 +100,8 @@ class Wholeness(unittest.TestCase):
         self.assertEqual(re.findall(r"\d+", told), re.findall(r"^\.B (\d+)$", section, re.M))
 
 
-class Examples(unittest.TestCase):
-    """Each is done in a folder that holds the example script and the example board."""
+class InFolder(unittest.TestCase):
+    """Commands are done in a folder that holds the example script and the example board."""
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -124,6 +124,8 @@ class Examples(unittest.TestCase):
                               stdin=subprocess.DEVNULL, capture_output=True, text=True,
                               timeout=120, check=False)
 
+
+class Examples(InFolder):
     def test_every_command_succeeds(self):
         count = 0
         for page in PAGES:
