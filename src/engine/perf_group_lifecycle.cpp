@@ -342,15 +342,12 @@ int PerfGroup::UpdateDefaultBoostBaseValue(const PerfGroupQueItem& item) {
     const int before = mBoostBaseQue.Head().value;
     if (mBoostBaseQue.Head().handle == kNoHandle) {
         mBoostBaseQue.SetHeadValue(item.value);
+    } else if (const PerfGroupQueItem* former = mBoostBaseQue.FindQueued(kNoHandle)) {
+        // Requests that hold the same value go with the former default.
+        mBoostBaseQue.ReplaceEqual(*former, item);
     } else {
-        if (const PerfGroupQueItem* former = mBoostBaseQue.FindQueued(kNoHandle)) {
-            // Requests that hold the same value go with the former default.
-            mBoostBaseQue.ReplaceEqual(*former, item);
-        } else {
-            mBoostBaseQue.AddQueued(item);
-        }
+        mBoostBaseQue.Add(item, mCurrTimePoint);
     }
-    mBoostBaseQue.PromoteBetter();
     return mBoostBaseQue.Head().value != before ? 1 : 0;
 }
 

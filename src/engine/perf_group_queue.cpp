@@ -36,18 +36,12 @@ const PerfGroupQueItem* PerfGroupQueue::FindQueued(unsigned long handle) const {
 }
 
 bool PerfGroupQueue::Add(const PerfGroupQueItem& item, TimePoint now) {
-    bool headChanged = false;
     if (!HasHead()) {
         mHead = item;
         return true;
     }
-    if (mOrder(item, mHead)) {
-        Insert(mHead);
-        mHead = item;
-        headChanged = true;
-    } else {
-        Insert(item);
-    }
+    const bool headChanged = mOrder(item, mHead);
+    Enter(item, headChanged);
     if (mLife == ItemLife::TIMED) {
         while (const std::optional<Multiset::iterator> excess = mExpiry.FindExcess(now)) {
             Erase(*excess);
@@ -56,13 +50,9 @@ bool PerfGroupQueue::Add(const PerfGroupQueItem& item, TimePoint now) {
     return headChanged;
 }
 
-void PerfGroupQueue::AddQueued(const PerfGroupQueItem& item) {
-    Insert(item);
-}
-
 void PerfGroupQueue::ReplaceEqual(const PerfGroupQueItem& former, const PerfGroupQueItem& item) {
     const auto [first, last] = mQueued.equal_range(former);
-    const Multiset::iterator added = Insert(item);
+    const Multiset::iterator added = Enter(item, mOrder(item, mHead));
     // An equal of those replaced stands behind them.
     for (auto queued = first; queued != last && queued != added;) {
         Erase(queued++);
@@ -101,16 +91,28 @@ void PerfGroupQueue::ExpireHead(TimePoint now) {
     }
 }
 
-void PerfGroupQueue::PromoteBetter() {
-    if (mQueued.empty() || !mOrder(*mQueued.begin(), mHead)) {
+void PerfGroupQueue::SetHeadValue(int value) {
+    PerfGroupQueItem changed = mHead;
+    changed.value = value;
+    if (mQueued.empty() || !mOrder(*mQueued.begin(), changed)) {
+        mHead = changed;
         return;
     }
-    Insert(mHead);  // first, as it may fail; the best item stays the first
+    Insert(changed);  // first, as it may fail; the best item stays the first
     mHead = TakeBest();
 }
 
 bool PerfGroupQueue::RankEqual(const PerfGroupQueItem& a, const PerfGroupQueItem& b) const {
     return !mOrder(a, b) && !mOrder(b, a);
+}
+
+PerfGroupQueue::Multiset::iterator PerfGroupQueue::Enter(const PerfGroupQueItem& item,
+                                                         bool asHead) {
+    const auto queued = Insert(asHead ? mHead : item);
+    if (asHead) {
+        mHead = item;
+    }
+    return queued;
 }
 
 /// All of it or, when memory is lacking, nothing.

@@ -61,13 +61,11 @@ public:
     /// equals; any other item is queued. Whether the head changed. Expired queued items in excess
     /// of kMaxExpired are dropped, those that expired first.
     bool Add(const PerfGroupQueItem& item, TimePoint now);
-    /// Queues the item whether or not it is better than the head; for untimed items.
-    void AddQueued(const PerfGroupQueItem& item);
 
     /// Erases the queued items that have the handle of `item` and rank equal with it; their number.
     std::size_t EraseQueued(const PerfGroupQueItem& item);
-    /// Queues `item` in the place of all queued items that rank equal with `former`, which may be
-    /// one of them.
+    /// Adds `item`, as Add does, in the place of all queued items that rank equal with `former`,
+    /// which may be one of them.
     void ReplaceEqual(const PerfGroupQueItem& former, const PerfGroupQueItem& item);
 
     /// Replaces the head by the best queued item, or by none.
@@ -78,9 +76,8 @@ public:
     /// expired ones before it. A live head is left alone, and so is everything behind it.
     void ExpireHead(TimePoint now);
 
-    void SetHeadValue(int value) { mHead.value = value; }
-    /// Exchanges the head for the best queued item if that is strictly better.
-    void PromoteBetter();
+    /// Exchanges the head for the best queued item where that is then strictly better.
+    void SetHeadValue(int value);
 
 private:
     /// Where an item stands in the other two containers.
@@ -93,6 +90,8 @@ private:
                                 PoolAllocator<std::pair<const unsigned long, Place>>>;
 
     bool RankEqual(const PerfGroupQueItem& a, const PerfGroupQueItem& b) const;
+    /// Makes the item the head, whose place it takes, or queues it. What was queued.
+    Multiset::iterator Enter(const PerfGroupQueItem& item, bool asHead);
     Multiset::iterator Insert(const PerfGroupQueItem& item);
     void AddToIndexes(Multiset::iterator queued);
     HandleIndex::iterator Erase(HandleIndex::iterator entry);

@@ -133,23 +133,21 @@ TEST(PerfGroupQueue, AnExpiredHeadYieldsToTheBestLiveItem) {
 
 TEST(PerfGroupQueue, ExchangesTheHeadOnlyForAStrictlyBetterItem) {
     PerfGroupQueue queue(BoostQueCompare, ItemLife::UNTIMED, Item(kNoHandle, 5));
-    queue.PromoteBetter();
-    EXPECT_EQ(Shape(queue), "5:" + std::to_string(kNoHandle) + " |");
+    queue.SetHeadValue(6);
+    EXPECT_EQ(Shape(queue), "6:" + std::to_string(kNoHandle) + " |");
     queue.Add(Item(1, 4), At(0));
     queue.Add(Item(2, 3), At(0));
     queue.SetHeadValue(4);
-    queue.PromoteBetter();
     EXPECT_EQ(queue.Head().handle, kNoHandle);
     queue.SetHeadValue(3);
-    queue.PromoteBetter();
     EXPECT_EQ(Shape(queue), "4:1 | 3:2 3:" + std::to_string(kNoHandle));
 }
 
 TEST(PerfGroupQueue, ReplacesEqualsWhateverTheirHandles) {
     PerfGroupQueue queue(BoostQueCompare, ItemLife::UNTIMED, Item(1, 5));
-    queue.AddQueued(Item(kNoHandle, 3));
-    queue.AddQueued(Item(2, 3));
-    queue.AddQueued(Item(3, 2));
+    queue.Add(Item(kNoHandle, 3), At(0));
+    queue.Add(Item(2, 3), At(0));
+    queue.Add(Item(3, 2), At(0));
     const PerfGroupQueItem* found = queue.FindQueued(kNoHandle);
     ASSERT_NE(found, nullptr);
     queue.ReplaceEqual(*found, Item(kNoHandle, 1));
@@ -157,6 +155,15 @@ TEST(PerfGroupQueue, ReplacesEqualsWhateverTheirHandles) {
     EXPECT_EQ(queue.FindQueued(2), nullptr);
     queue.ReplaceEqual(*queue.FindQueued(3), Item(4, 2));
     EXPECT_EQ(Shape(queue), "5:1 | 2:4 1:" + std::to_string(kNoHandle));
+}
+
+TEST(PerfGroupQueue, AReplacementThatIsStrictlyBetterThanTheHeadTakesItsPlace) {
+    PerfGroupQueue queue(BoostQueCompare, ItemLife::UNTIMED, Item(1, 5));
+    queue.Add(Item(kNoHandle, 5), At(0));
+    queue.Add(Item(2, 5), At(0));
+    queue.ReplaceEqual(*queue.FindQueued(kNoHandle), Item(kNoHandle, 7));
+    EXPECT_EQ(Shape(queue), "7:" + std::to_string(kNoHandle) + " | 5:1")
+        << "the head is no queued item, and stays";
 }
 
 std::size_t CountExpired(const PerfGroupQueue& queue, TimePoint now) {
@@ -236,7 +243,7 @@ public:
         EraseIf([&](const PerfGroupQueItem& other) {
             return !mOrder(other, former) && !mOrder(former, other);
         });
-        Insert(item);
+        Add(item);
     }
     bool DropHead(unsigned long handle) {
         if (mItems.empty() || mItems.front().handle != handle) {
@@ -338,7 +345,6 @@ TEST_P(PerfGroupQueueTwin, BehavesLikeTheNaiveQueue) {
                 case 5:
                     if (queue.HasHead()) {
                         queue.SetHeadValue(item.value);
-                        queue.PromoteBetter();
                         naive.SetHeadValueAndPromote(item.value);
                     }
                     break;
