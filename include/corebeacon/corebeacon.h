@@ -12,8 +12,8 @@
 /// read before a function returns.
 #pragma once
 
-#include <stddef.h>
-#include <stdint.h>
+#include <stddef.h>  // NOLINT(modernize-deprecated-headers): for C
+#include <stdint.h>  // NOLINT(modernize-deprecated-headers): for C
 #include <sys/types.h>
 
 #include "corebeacon/export.h"
@@ -307,8 +307,8 @@ typedef struct corebeacon_node_io {
 } corebeacon_node_io;
 
 /// SetNodeIo. The record is copied; null restores the kernel's nodes. Returns 0, or -1 when a
-/// function is missing or while an engine made by corebeacon_create lives, whose descriptors belong
-/// to the implementation in force.
+/// function is missing, and while an engine made by corebeacon_create lives or a trace is bound,
+/// whose descriptors belong to the implementation in force.
 COREBEACON_API int corebeacon_set_node_io(const corebeacon_node_io* node_io) COREBEACON_NOEXCEPT;
 
 /// BindSysTrace.

@@ -27,8 +27,8 @@ public:
 };
 
 /// Puts `replacement` in force; null restores the POSIX default. Call it before
-/// GetPerfQosConfigMap() and ConfigManager::Init, and only while no engine is running: descriptors
-/// opened through one implementation are closed through the one then in force.
+/// GetPerfQosConfigMap() and ConfigManager::Init, and only while no engine is running and no trace
+/// bound: descriptors opened through one implementation are closed through the one then in force.
 COREBEACON_API void SetNodeIo(NodeIo* replacement);
 
 /// The implementation in force.

@@ -19,7 +19,7 @@ struct corebeacon_engine {
 namespace corebeacon::c_interface {
 
 /// Held while an engine is set up, since the compiled-in tables are the process's and are narrowed
-/// in place, and while the node access is replaced.
+/// in place, and while the node access is replaced or a trace bound or unbound through it.
 Mutex& SetUpMutex();
 
 /// How many engines of the C interface live.

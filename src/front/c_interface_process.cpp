@@ -9,6 +9,7 @@
 #include "corebeacon/trace.h"
 #include "front/c_interface.h"
 #include "platform/immortal.h"
+#include "platform/sys_wrapper.h"
 
 namespace corebeacon::c_interface {
 
@@ -122,6 +123,9 @@ int corebeacon_set_node_io(const corebeacon_node_io* node_io) noexcept {
     if (LiveEngines() > 0) {
         return BadArgument(__func__, "an engine is running");
     }
+    if (SysWrapper::IsSysTraceEnabled()) {
+        return BadArgument(__func__, "a trace is bound");
+    }
     if (node_io == nullptr) {
         SetNodeIo(nullptr);
         return 0;
@@ -136,10 +140,14 @@ int corebeacon_bind_trace(const char* trace_marker_path) noexcept {
     if (trace_marker_path == nullptr) {
         return BadArgument(__func__, "no path");
     }
-    return Guarded(__func__, [&] { return BindSysTrace(trace_marker_path); });
+    return Guarded(__func__, [&] {
+        MutexLock lock(SetUpMutex());
+        return BindSysTrace(trace_marker_path);
+    });
 }
 
 void corebeacon_unbind_trace(void) noexcept {
+    MutexLock lock(SetUpMutex());
     UnbindSysTrace();
 }
 

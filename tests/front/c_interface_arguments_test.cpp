@@ -1,13 +1,19 @@
 // What the C interface refuses before it asks the engine, and what it lets replace in the process.
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <functional>
+#include <memory>
+#include <thread>
 #include <utility>
 
 #include "corebeacon/log.h"
 #include "corebeacon/node_io.h"
 #include "front/c_interface_fixture.h"
+#include "support/deadline.h"
+#include "support/thread_state.h"
 
 extern "C" int UseTheInterfaceFromC(void);
 
@@ -370,6 +376,43 @@ TEST_F(CArgumentsTest, NodeAccessStaysWhileAnEngineRuns) {
     EXPECT_EQ(corebeacon_set_node_io(&functions), 0);
     EXPECT_NE(&GetNodeIo(), mDevice.get());
     EXPECT_EQ(corebeacon_set_node_io(nullptr), 0);
+}
+
+class CTraceTest : public CArgumentsTest {
+protected:
+    CTraceTest() { mDevice->AddText(kMarker, ""); }
+    ~CTraceTest() override { corebeacon_unbind_trace(); }
+
+    static constexpr const char* kMarker = "/tracing/trace_marker";
+};
+
+TEST_F(CTraceTest, NodeAccessStaysWhileATraceIsBound) {
+    ASSERT_EQ(corebeacon_bind_trace(kMarker), 0);
+    const corebeacon_node_io functions = DeafNodeIo();
+    ExpectRefused("corebeacon_set_node_io", corebeacon_set_node_io(&functions), "a trace is bound");
+    corebeacon_unbind_trace();
+    EXPECT_EQ(mDevice->OpenDescriptors(), 0U);
+    EXPECT_EQ(corebeacon_set_node_io(&functions), 0);
+    EXPECT_EQ(corebeacon_set_node_io(nullptr), 0);
+}
+
+TEST_F(CTraceTest, NodeAccessStaysWhileATraceIsBeingBound) {
+    const auto gate = std::make_shared<sim::Gate>();
+    mDevice->Inject(kMarker, sim::OperationKind::OPEN, sim::Fault::Hold(gate));
+    std::thread binder([] { EXPECT_EQ(corebeacon_bind_trace(kMarker), 0); });
+    EXPECT_TRUE(gate->AwaitWaiting(1));
+    std::atomic<pid_t> tid{0};
+    std::atomic<int> result{1};
+    std::thread replacer([&] {
+        tid = static_cast<pid_t>(::syscall(SYS_gettid));
+        result = corebeacon_set_node_io(nullptr);
+    });
+    EXPECT_TRUE(Eventually([&] { return result != 1 || IsAsleep(tid); }));
+    gate->Open();
+    binder.join();
+    replacer.join();
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(&GetNodeIo(), mDevice.get());
 }
 
 TEST(CInterfaceInC, ServesAProgramInC) {
