@@ -2,8 +2,9 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <new>
 #include <utility>
+
+#include "support/heap_operators.h"
 
 namespace {
 
@@ -37,41 +38,17 @@ bool IsToFail() {
     return true;
 }
 
-void* Allocate(std::size_t size) {
-    void* const block = IsToFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    return block;
-}
-
 }  // namespace
 
-void* operator new(std::size_t size) {
-    return Allocate(size);
-}
-
-void* operator new[](std::size_t size) {
-    return Allocate(size);
-}
-
-void operator delete(void* block) noexcept {
-    std::free(block);
-}
-
-void operator delete[](void* block) noexcept {
-    std::free(block);
-}
-
-void operator delete(void* block, std::size_t /*size*/) noexcept {
-    std::free(block);
-}
-
-void operator delete[](void* block, std::size_t /*size*/) noexcept {
-    std::free(block);
-}
-
 namespace corebeacon::test {
+
+void* TakeFromHeap(std::size_t size) {
+    return IsToFail() ? nullptr : std::malloc(size);
+}
+
+void GiveToHeap(void* block) noexcept {
+    std::free(block);
+}
 
 FailingHeap::FailingHeap(HeapUser user, Shortage shortage, long nth, std::function<void()> ahead) {
     gIsTestsThread = true;

@@ -1,0 +1,34 @@
+#include "support/heap_operators.h"
+
+#include <new>
+
+using corebeacon::test::GiveToHeap;
+using corebeacon::test::TakeFromHeap;
+
+void* operator new(std::size_t size) {
+    void* const block = TakeFromHeap(size == 0 ? 1 : size);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+void* operator new[](std::size_t size) {
+    return ::operator new(size);
+}
+
+void operator delete(void* block) noexcept {
+    GiveToHeap(block);
+}
+
+void operator delete[](void* block) noexcept {
+    GiveToHeap(block);
+}
+
+void operator delete(void* block, std::size_t /*size*/) noexcept {
+    GiveToHeap(block);
+}
+
+void operator delete[](void* block, std::size_t /*size*/) noexcept {
+    GiveToHeap(block);
+}
