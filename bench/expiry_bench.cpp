@@ -12,6 +12,7 @@ namespace corebeacon::bench {
 namespace {
 
 constexpr double kGoal = 1.1;
+constexpr std::chrono::milliseconds kApart(10);
 
 /// A thread that waits for one deadline after the other and notes when it wakes. Owned by a case.
 class BareTimer {
@@ -76,13 +77,15 @@ void Lateness(benchmark::State& state, unsigned int milliseconds, int calls) {
         // On a busy machine that may take a while, and what is armed for has to be the end.
         device.AwaitWrites(writes + kWritesPerChange);
         device.ArmSecondWrite();  // the ceiling goes first, the floor second
-        device.AwaitWrites(device.Writes() + kWritesPerChange);
+        // The floor waits for as long, a little later, so that both waits take one duration.
+        std::this_thread::sleep_for(kApart);
+        const auto deadline = std::chrono::steady_clock::now() + duration;
+        timer.SetDeadline(deadline);
+        device.AwaitWrites(writes + 2 * kWritesPerChange);
         const Nanoseconds written = device.ArmedWriteBegin();
         engineLate.push_back(static_cast<double>((written - before - duration).count()));
         earliest = std::min(earliest, static_cast<double>((written - before - duration).count()));
 
-        const auto deadline = std::chrono::steady_clock::now() + duration;
-        timer.SetDeadline(deadline);
         std::this_thread::sleep_until(deadline + std::chrono::milliseconds(1));
         while (timer.Woke() == Nanoseconds{}) {
             RestBetweenCalls();

@@ -32,14 +32,18 @@ measure() {
         --benchmark_out_format=json
 }
 
-# Instructions that the caller executes for one request and one release.
+# Instructions for one request and its release: "caller" those of the operations, "worker" those of
+# what the worker does with the two commands.
 instructions() {
-    local requests=2000
+    local requests=2000 collect=() turns=()
+    case $2 in
+        caller) collect=('ConfigManager::PerfRequest*' 'ConfigManager::PerfRelease*') ;;
+        worker) collect=('PerfResource::NormalCommandProcess(*') turns=(in-turn) ;;
+    esac
     valgrind --tool=callgrind --callgrind-out-file=/dev/null \
-        --toggle-collect='corebeacon::ConfigManager::PerfRequest*' \
-        --toggle-collect='corebeacon::ConfigManager::PerfRelease*' \
-        "$1/bench/corebeacon_counted_requests" $requests 2>&1 |
-        awk -v n=$requests '/Collected/ { printf "%.0f", $NF / n }'
+        "${collect[@]/#/--toggle-collect=corebeacon::}" \
+        "$1/bench/corebeacon_counted_requests" $requests "${turns[@]}" 2>&1 |
+        awk -v n=$requests '/Collected/ { printf "%.1f", $NF / n }'
 }
 
 configure bench-release
@@ -61,11 +65,14 @@ echo "stripped library: $(stat -c %s "$out/stripped.so") bytes of at most $((600
 
 if command -v valgrind >/dev/null; then
     echo "=== instructions of a timed request and its release"
-    configure bench-without-lines "-DCMAKE_CXX_FLAGS=-I$PWD/bench/without_lines"
+    # -iquote comes before every -I, wherever it stands.
+    configure bench-without-lines "-DCMAKE_CXX_FLAGS=-iquote$PWD/bench/without_lines"
     quietly bench-without-lines.log \
         cmake --build build/bench-without-lines --target corebeacon_counted_requests
-    echo "with lines that are off: $(instructions build/bench-release)"
-    echo "without lines:           $(instructions build/bench-without-lines)"
+    for side in caller worker; do
+        echo "$side, with lines that are off: $(instructions build/bench-release $side)"
+        echo "$side, without lines:           $(instructions build/bench-without-lines $side)"
+    done
     if command -v python3 >/dev/null; then
         echo "=== what one request and one release need of the caches"
         bench/touched_lines.py build/bench-release/bench/corebeacon_counted_requests \

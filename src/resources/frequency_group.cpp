@@ -61,7 +61,9 @@ int FrequencyGroup::DoConfig(int boost, int limit) {
     LOGI("[%s:%d] ############ [%s] final write: (%d, %d) \n", mName.c_str(), boost, limit);
     RecordLimitCmd(boost, limit);
     UpdateLimitHistoryQue(limit);
-    AddSysTraceName(boostText, limitText);
+    if (SysWrapper::IsSysTraceEnabled()) {
+        AddSysTraceName(boostText, limitText);
+    }
     // A kernel refuses a floor above the ceiling in force and a ceiling below the floor in force.
     // The first write makes room for a rising floor; it fails when both fall, and so does not
     // count: the last one then finds the floor lowered.
@@ -79,9 +81,6 @@ int FrequencyGroup::DoConfig(int boost, int limit) {
 }
 
 void FrequencyGroup::AddSysTraceName(const std::string& boost, const std::string& limit) const {
-    if (!SysWrapper::IsSysTraceEnabled()) {
-        return;
-    }
     try {
         SysWrapper::SysTraceName("corebeacon_log:" + mName + " write freq: " + boost + "~" + limit +
                                  ", mode=" + std::to_string(GetWorkMode()) +

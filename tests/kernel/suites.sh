@@ -32,9 +32,6 @@ printf '%s\n' "${programs[@]}" >"$guest/programs"
 cat >"$guest/bin/qemu-aarch64-static" <<'EOF'
 #!/bin/busybox sh
 exec "$@"
-
-#!/bin/busybox sh
-exec "$@"
 EOF
 chmod 755 "$guest/bin/qemu-aarch64-static"
 cat >"$guest/checks.sh" <<'EOF'
