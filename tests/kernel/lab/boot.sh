@@ -9,4 +9,4 @@ timeout "$2" qemu-system-aarch64 -machine virt,gic-version=3 -cpu cortex-a72 \
     -append "console=ttyAMA0 panic=-1 quiet loglevel=4" \
     -device loader,addr=0x4f000200,data=0x000104c8,data-len=4 \
     -device loader,addr=0x4f001200,data=0x000104c8,data-len=4 \
-    -nic none -display none -serial stdio -monitor none -no-reboot </dev/null | tr -d '\r'
+    -nic none -display none -serial stdio -monitor none -no-reboot </dev/null | stdbuf -oL tr -d '\r'
