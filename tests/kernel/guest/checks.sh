@@ -3,5 +3,6 @@
 . /support.sh
 . /values.sh
 . /modes.sh
+. /described.sh
 . /disturbances.sh
 [ $failures -eq 0 ]

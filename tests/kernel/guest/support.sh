@@ -38,16 +38,17 @@ reads() {
 read_pairs() {
     values=
     for prefix in "$@"; do
-        read -r min <"${prefix}min_freq" || min=none
-        read -r max <"${prefix}max_freq" || max=none
+        # The shell would tell each time that a kernel lacks a device.
+        { read -r min <"${prefix}min_freq"; } 2>/dev/null || min=none
+        { read -r max <"${prefix}max_freq"; } 2>/dev/null || max=none
         values="$values $min-$max"
     done
     values=${values# }
 }
 
-# play STORY   starts the program; its output is in /tmp/out
+# play STORY OPTION...   starts the program; its output is in /tmp/out
 play() {
-    /corebeacon run "$1" --device kernel --chip 0 >/tmp/out 2>/tmp/err &
+    /corebeacon run "$@" --device kernel --chip 0 >/tmp/out 2>/tmp/err &
     program=$!
 }
 
