@@ -134,6 +134,9 @@ protected:
     bool mSuspended = false;
 
 private:
+    /// What the worker may be asked to hand over; each kind is counted on its own.
+    enum DumpKind : std::size_t { LOG_DUMP, BASE_INFO_DUMP, INSPECTION, DUMP_KIND_COUNT };
+
     /// How far one kind of dump has come. Counters instead of a flag: a text that nobody fetched is
     /// never taken for the answer to a later question.
     struct DumpProgress {
@@ -158,6 +161,7 @@ private:
     int CommandDispath(const PerfCommand& command);
     void TakeBack(const PerfCommand& command);
     GroupCommandHandler GetCommandHandle(PerfCommandType type) const;
+    void CountQuestion(PerfCommandType type);
     bool HandlePrintInfoLocked(bool isBaseInfo, std::uint64_t wanted, std::ostringstream& out)
         REQUIRES(mLogMutex);
     void PrintBaseInfo(std::ostringstream& out) const REQUIRES(mLogMutex);
@@ -170,12 +174,12 @@ private:
     CommandFifo mFifo GUARDED_BY(mFifoMutex);
     bool mStop GUARDED_BY(mFifoMutex) = false;
 
-    // How many dumps of a kind were queued: [0] logs, [1] base information, [2] inspections.
-    std::array<std::atomic<std::uint64_t>, 3> mDumpsAsked{};
+    // How many dumps of each kind were queued.
+    std::array<std::atomic<std::uint64_t>, DUMP_KIND_COUNT> mDumpsAsked{};
 
     Mutex mLogMutex;
     CondVar mLogCond;
-    std::array<DumpProgress, 3> mDumpProgress GUARDED_BY(mLogMutex);
+    std::array<DumpProgress, DUMP_KIND_COUNT> mDumpProgress GUARDED_BY(mLogMutex);
     std::string mLogText GUARDED_BY(mLogMutex);
     ResourceDumpInfo mBaseInfo GUARDED_BY(mLogMutex);
     std::vector<GroupState> mInspection GUARDED_BY(mLogMutex);

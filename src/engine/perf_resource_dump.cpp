@@ -12,9 +12,6 @@ namespace {
 
 constexpr const char* LOG_TAG = "PF_RES";
 
-constexpr std::size_t kLogDump = 0;
-constexpr std::size_t kBaseInfoDump = 1;
-
 /// A text as one word: in double quotes where it would not read back as one without them.
 std::string Word(const std::string& text) {
     if (!text.empty() && text.find_first_of(" \t\n,~\"\\") == std::string::npos) {
@@ -110,7 +107,7 @@ void PerfResource::GetLog() {
     }
     MutexLock lock(mLogMutex);
     mLogText = std::move(text);
-    ++mDumpProgress[kLogDump].collected;
+    ++mDumpProgress[LOG_DUMP].collected;
     mLogCond.NotifyAll();
 }
 
@@ -124,12 +121,12 @@ void PerfResource::GetBaseInfo() {
     }
     MutexLock lock(mLogMutex);
     mBaseInfo = std::move(info);
-    ++mDumpProgress[kBaseInfoDump].collected;
+    ++mDumpProgress[BASE_INFO_DUMP].collected;
     mLogCond.NotifyAll();
 }
 
 bool PerfResource::WaitLogFinish(bool isBaseInfo, std::ostringstream& out) {
-    const std::uint64_t wanted = mDumpsAsked[isBaseInfo ? kBaseInfoDump : kLogDump].load();
+    const std::uint64_t wanted = mDumpsAsked[isBaseInfo ? BASE_INFO_DUMP : LOG_DUMP].load();
     MutexLock lock(mLogMutex);
     while (!HandlePrintInfoLocked(isBaseInfo, wanted, out)) {
         if (mHandOverClosed) {
@@ -144,7 +141,7 @@ bool PerfResource::WaitLogFinish(bool isBaseInfo, std::ostringstream& out) {
 /// Delivers the collected dump if it is at least as new as the `wanted`-th question.
 bool PerfResource::HandlePrintInfoLocked(bool isBaseInfo, std::uint64_t wanted,
                                          std::ostringstream& out) {
-    DumpProgress& progress = mDumpProgress[isBaseInfo ? kBaseInfoDump : kLogDump];
+    DumpProgress& progress = mDumpProgress[isBaseInfo ? BASE_INFO_DUMP : LOG_DUMP];
     if (!progress.Deliver(wanted)) {
         return false;
     }

@@ -10,8 +10,6 @@ namespace {
 
 constexpr const char* LOG_TAG = "PF_RES";
 
-constexpr std::size_t kInspection = 2;
-
 }  // namespace
 
 void PerfResource::Inspect(std::vector<GroupState>& groups) const {
@@ -37,14 +35,14 @@ void PerfResource::GetInspection() {
     }
     MutexLock lock(mLogMutex);
     mInspection = std::move(groups);
-    ++mDumpProgress[kInspection].collected;
+    ++mDumpProgress[INSPECTION].collected;
     mLogCond.NotifyAll();
 }
 
 bool PerfResource::WaitInspection(std::vector<GroupState>& groups) {
-    const std::uint64_t wanted = mDumpsAsked[kInspection].load();
+    const std::uint64_t wanted = mDumpsAsked[INSPECTION].load();
     MutexLock lock(mLogMutex);
-    while (!mDumpProgress[kInspection].Deliver(wanted)) {
+    while (!mDumpProgress[INSPECTION].Deliver(wanted)) {
         if (mHandOverClosed) {
             LOGE("[%s:%d] fail to inspect res %s", mName.c_str());
             return false;
@@ -54,7 +52,7 @@ bool PerfResource::WaitInspection(std::vector<GroupState>& groups) {
     if (mInspection.empty()) {
         return false;
     }
-    if (mDumpProgress[kInspection].IsLast()) {
+    if (mDumpProgress[INSPECTION].IsLast()) {
         groups = std::move(mInspection);
         mInspection.clear();
     } else {

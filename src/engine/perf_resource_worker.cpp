@@ -55,18 +55,30 @@ int PerfResource::SendCommandToFifoQ(PerfCommand command) {
         MutexLock lock(mFifoMutex);
         mFifo.Push(std::move(command));
         // Before the worker can take the command: an answer is never ahead of its question.
-        if (isComplete && type == PERF_COMMAND_GET_LOG) {
-            ++mDumpsAsked[0];
-        } else if (isComplete && type == PERF_COMMAND_GET_BASE_INFO) {
-            ++mDumpsAsked[1];
-        } else if (isComplete && type == PERF_COMMAND_INSPECT) {
-            ++mDumpsAsked[2];
+        if (isComplete) {
+            CountQuestion(type);
         }
     }
     // Not under the mutex, where the worker would wake only to wait for it: on a busy CPU that
     // costs the caller two more switches. Whoever sends keeps the resource from being destroyed.
     mFifoCond.NotifyOne();
     return 0;
+}
+
+void PerfResource::CountQuestion(PerfCommandType type) {
+    switch (type) {
+        case PERF_COMMAND_GET_LOG:
+            ++mDumpsAsked[LOG_DUMP];
+            break;
+        case PERF_COMMAND_GET_BASE_INFO:
+            ++mDumpsAsked[BASE_INFO_DUMP];
+            break;
+        case PERF_COMMAND_INSPECT:
+            ++mDumpsAsked[INSPECTION];
+            break;
+        default:
+            break;
+    }
 }
 
 void PerfResource::WorkThread() {
