@@ -98,6 +98,15 @@ std::unique_ptr<EngineSession> EngineSession::Start(const SessionOptions& option
     return session->Init() == 0 ? std::move(session) : nullptr;
 }
 
+std::unique_ptr<EngineSession> EngineSession::StartOrTell(const SessionOptions& options,
+                                                          std::ostream& diagnostics) {
+    std::unique_ptr<EngineSession> session = Start(options);
+    if (session == nullptr) {
+        diagnostics << "corebeacon: the engine does not start; its log above tells why\n";
+    }
+    return session;
+}
+
 EngineSession::EngineSession(const SessionOptions& options)
     : mOptions(options),
       mFormerNodeIo(GetNodeIo()),

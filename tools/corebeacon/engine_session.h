@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -61,6 +62,9 @@ class EngineSession {
 public:
     /// Null when the engine does not start, which its log lines explain.
     static std::unique_ptr<EngineSession> Start(const SessionOptions& options);
+    /// The same, and `diagnostics` are told of it.
+    static std::unique_ptr<EngineSession> StartOrTell(const SessionOptions& options,
+                                                      std::ostream& diagnostics);
     /// Ends the engine; the nodes keep their values.
     ~EngineSession();
     EngineSession(const EngineSession&) = delete;

@@ -63,24 +63,6 @@ bool KeepTimeline(const Timeline& timeline, const std::string& path, std::ostrea
     return false;
 }
 
-int PlayRecorded(const std::vector<Statement>& statements, const std::string& name,
-                 const RunOptions& options, RunObservers& observers, std::ostream& diagnostics,
-                 const AfterPlay& after) {
-    if (options.recordFile.empty()) {
-        return PlayStatements(statements, name, options.session, observers, diagnostics, after);
-    }
-    const std::unique_ptr<RecordingWriter> recording =
-        RecordingWriter::Open(options.recordFile, diagnostics);
-    if (recording == nullptr) {
-        return kExitBadInput;
-    }
-    SessionOptions session = options.session;
-    session.pace = session.pace.value_or(Pace::REAL);
-    session.recording = recording.get();
-    const int result = PlayStatements(statements, name, session, observers, diagnostics, after);
-    return recording->Close(diagnostics) ? result : kExitFailed;
-}
-
 }  // namespace
 
 int RunScript(const std::string& path, const RunOptions& options, std::istream& in,
@@ -96,12 +78,28 @@ int RunStatements(const std::vector<std::string>& statements, const RunOptions& 
     return PlayScript(script.text, script.name, options, out, diagnostics);
 }
 
+int Recorded(const RunOptions& options, std::ostream& diagnostics,
+             const std::function<int(const SessionOptions&)>& play) {
+    if (options.recordFile.empty()) {
+        return play(options.session);
+    }
+    const std::unique_ptr<RecordingWriter> recording =
+        RecordingWriter::Open(options.recordFile, diagnostics);
+    if (recording == nullptr) {
+        return kExitBadInput;
+    }
+    SessionOptions session = options.session;
+    session.pace = session.pace.value_or(Pace::REAL);
+    session.recording = recording.get();
+    const int result = play(session);
+    return recording->Close(diagnostics) ? result : kExitFailed;
+}
+
 int PlayStatements(const std::vector<Statement>& statements, const std::string& name,
                    const SessionOptions& options, RunObservers& observers,
                    std::ostream& diagnostics, const AfterPlay& after) {
-    const std::unique_ptr<EngineSession> session = EngineSession::Start(options);
+    const auto session = EngineSession::StartOrTell(options, diagnostics);
     if (session == nullptr) {
-        diagnostics << "corebeacon: the engine does not start; its log above tells why\n";
         return kExitFailed;
     }
     const InterruptionGuard guard(InterruptionGuard::Catch::ONCE);
@@ -149,7 +147,9 @@ int PlayScript(std::string_view script, const std::string& name, const RunOption
         changes = WatchAfterwards(player, options.watch, session, account);
         AddFindings(json.Document(), verifier, options, changes, player.BeginTime());
     };
-    int exitCode = PlayRecorded(*statements, name, options, observers, diagnostics, watch);
+    int exitCode = Recorded(options, diagnostics, [&](const SessionOptions& session) {
+        return PlayStatements(*statements, name, session, observers, diagnostics, watch);
+    });
     if (recorder.HasBegun() && !KeepTimeline(recorder.Result(), options.timeline, diagnostics)) {
         exitCode = kExitFailed;
     }

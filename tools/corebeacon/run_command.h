@@ -49,6 +49,11 @@ int RunStatements(const std::vector<std::string>& statements, const RunOptions& 
 int PlayScript(std::string_view script, const std::string& name, const RunOptions& options,
                std::ostream& out, std::ostream& diagnostics);
 
+/// What `play` returns, of a session that is recorded if the options say so; its session must end
+/// before it returns. A recording that cannot be written is told.
+int Recorded(const RunOptions& options, std::ostream& diagnostics,
+             const std::function<int(const SessionOptions&)>& play);
+
 /// What follows a play while its engine still runs.
 using AfterPlay = std::function<void(const ScriptPlayer&, EngineSession&)>;
 

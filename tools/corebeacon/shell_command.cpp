@@ -59,6 +59,7 @@ private:
     void Complain(const ScriptError& error);
     ScriptContext Context() const;
     std::vector<std::string> Complete(std::string_view line) const;
+    void CatchUp();
     std::optional<TimePoint> NextLook() const;
     void AnnounceEnd();
 
@@ -118,7 +119,11 @@ void Shell::ReadTerminal() {
     LineEditor editor(kPrompt, HistoryFile(),
                       {.complete = [this](std::string_view line) { return Complete(line); },
                        .nextLook = [this] { return NextLook(); },
-                       .hasNews = [this] { return mPlayer.HasNews(); },
+                       .hasNews =
+                           [this] {
+                               CatchUp();
+                               return mPlayer.HasNews();
+                           },
                        .tellNews = [this] { mPlayer.PassTime(SteadyNow()); }});
     for (;;) {
         mPlayer.PassTime(SteadyNow());
@@ -140,6 +145,7 @@ void Shell::ReadTerminal() {
 
 bool Shell::Obey(const std::string& line) {
     ++mLine;
+    CatchUp();
     const std::string word = FirstWord(line);
     if (word == "exit" || word == "quit") {
         return false;
@@ -219,6 +225,13 @@ std::vector<std::string> Shell::Complete(std::string_view line) const {
     return candidates;
 }
 
+/// While nobody waits for the engine, the time of workers that take turns stands still.
+void Shell::CatchUp() {
+    if (TurnClock* const turns = mSession.Turns()) {
+        turns->Run(Round::DUE);
+    }
+}
+
 std::optional<TimePoint> Shell::NextLook() const {
     const std::optional<TimePoint> end = mPlayer.NextEnd();
     return end ? std::optional(std::min(*end, SteadyNow() + kLookInterval)) : std::nullopt;
@@ -234,17 +247,18 @@ void Shell::AnnounceEnd() {
 
 int RunShell(const RunOptions& options, bool isTerminal, std::istream& in, std::ostream& out,
              std::ostream& diagnostics) {
-    const std::unique_ptr<EngineSession> session = EngineSession::Start(options.session);
-    if (session == nullptr) {
-        diagnostics << "corebeacon: the engine does not start; its log above tells why\n";
-        return kExitFailed;
-    }
     if (isTerminal) {
         std::setlocale(LC_CTYPE, "");  // what is typed may be any letters
     }
-    const InterruptionGuard guard(isTerminal ? InterruptionGuard::Catch::REPEATEDLY
-                                             : InterruptionGuard::Catch::ONCE);
-    return Shell(*session, options, isTerminal, out, diagnostics).Run(in);
+    return Recorded(options, diagnostics, [&](const SessionOptions& sessionOptions) {
+        const auto session = EngineSession::StartOrTell(sessionOptions, diagnostics);
+        if (session == nullptr) {
+            return kExitFailed;
+        }
+        const InterruptionGuard guard(isTerminal ? InterruptionGuard::Catch::REPEATEDLY
+                                                 : InterruptionGuard::Catch::ONCE);
+        return Shell(*session, options, isTerminal, out, diagnostics).Run(in);
+    });
 }
 
 }  // namespace corebeacon::tool

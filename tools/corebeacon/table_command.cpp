@@ -47,11 +47,7 @@ void AddRows(TextTable& table, PerfQosId qosId, const PerfQosConfig& config) {
 std::unique_ptr<EngineSession> StartOn(unsigned chip, std::ostream& diagnostics) {
     SessionOptions options;
     options.chip = chip;
-    std::unique_ptr<EngineSession> session = EngineSession::Start(options);
-    if (session == nullptr) {
-        diagnostics << "corebeacon: the engine does not start; its log above tells why\n";
-    }
-    return session;
+    return EngineSession::StartOrTell(options, diagnostics);
 }
 
 /// What is not told is null.

@@ -3,13 +3,17 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <random>
 #include <sstream>
+#include <streambuf>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -18,6 +22,7 @@
 #include "board/board_writer.h"
 #include "recording/replay_command.h"
 #include "run_command.h"
+#include "shell_command.h"
 #include "sim/simulated_device.h"
 #include "support/log_capture.h"
 #include "support/scoped_node_io.h"
@@ -156,6 +161,57 @@ TEST_F(Replaying, ARunInRealTimeWritesAsRecorded) {
     }
     Record(script, Pace::REAL);
     ExpectSame();
+}
+
+/// Lines that somebody types, the next one some time after the one before has been carried out.
+class TypedLines : public std::streambuf {
+public:
+    explicit TypedLines(std::vector<std::string> lines) : mLines(std::move(lines)) {}
+
+protected:
+    int_type underflow() override {
+        if (mNext == mLines.size()) {
+            return traits_type::eof();
+        }
+        if (mNext > 0) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(60));
+        }
+        std::string& line = mLines[mNext++];
+        setg(line.data(), line.data(), line.data() + line.size());
+        return traits_type::to_int_type(line.front());
+    }
+
+private:
+    std::vector<std::string> mLines;
+    std::size_t mNext = 0;
+};
+
+TEST_F(Replaying, AShellWritesAsRecordedAndItsTimeGoesOnBetweenTheLines) {
+    TypedLines lines({"request pid=1 for=30ms CPU_B.boost=2000000 as h1\n",
+                      "request pid=1 for=30ms GPU.boost=400000000 as h2\n", "version\n"});
+    std::istream in(&lines);
+    std::ostringstream out;
+    std::ostringstream diagnostics;
+    EXPECT_EQ(RunShell({.recordFile = mFile}, false, in, out, diagnostics), kExitDone);
+    EXPECT_EQ(diagnostics.str(), "");
+    const auto at = [text = out.str()](const std::string& line) { return text.find(line); };
+    EXPECT_LT(at("(h1 ends)"), at("as h2"));
+    EXPECT_LT(at("as h2"), at("(h2 ends)"));
+    EXPECT_LT(at("(h2 ends)"), at("version")) << out.str();
+    EXPECT_GE(Times(out.str()).back(), 120);
+    EXPECT_GT(CountOf("{\"write\":"), 0U);
+    ExpectSame();
+}
+
+TEST_F(Replaying, AShellWhoseRecordingCannotBeWrittenDoesNotBegin) {
+    std::istringstream in("version\n");
+    std::ostringstream out;
+    std::ostringstream diagnostics;
+    const std::string path = mFolder + "/none/rec";
+    EXPECT_EQ(RunShell({.recordFile = path}, false, in, out, diagnostics), kExitBadInput);
+    EXPECT_EQ(out.str(), "");
+    EXPECT_EQ(diagnostics.str(),
+              "corebeacon: cannot write " + path + ": No such file or directory\n");
 }
 
 TEST_F(Replaying, EveryChipAndABoardWriteAsRecorded) {

@@ -25,8 +25,8 @@ class Prompt(unittest.TestCase):
         self.environment = dict(os.environ, TERM="xterm", HOME=folder.name,
                                 XDG_STATE_HOME=folder.name, NO_COLOR="1")
 
-    def start(self):
-        terminal = Terminal(PROGRAM + ["shell"], self.environment)
+    def start(self, *options):
+        terminal = Terminal(PROGRAM + ["shell", *options], self.environment)
         terminal.__enter__()
         self.addCleanup(terminal.__exit__)
         terminal.wait_for(PROMPT)
@@ -83,6 +83,20 @@ class Prompt(unittest.TestCase):
         terminal.wait_for("dump limit_history")
         terminal.wait_for("\n" + PROMPT)
         self.assertEqual(self.leave(terminal), 0)
+
+    def test_a_recorded_shell_tells_an_end_in_time_and_can_be_replayed(self):
+        recording = str(self.state / "run.rec")
+        terminal = self.start("--record", recording)
+        terminal.type("request pid=7 for=300ms CPU_B.boost=1952000 as h1\r")
+        terminal.wait_for("\n" + PROMPT)
+        account = terminal.wait_for(PROMPT)  # while nobody types
+        self.assertRegex(account, r"\(h1 ends\)\n")
+        self.assertRegex(account, FLOOR + " +1239000\n")
+        self.assertEqual(self.leave(terminal), 0)
+        replay = subprocess.run(PROGRAM + ["replay", recording], capture_output=True, text=True,
+                                timeout=120, check=False)
+        self.assertEqual(replay.stdout, "6 writes, all as recorded\n")
+        self.assertEqual(replay.returncode, 0)
 
     def test_ctrl_c_cancels_the_line_and_no_more(self):
         terminal = self.start()

@@ -130,6 +130,7 @@ void AddShell(CommandSet& commands) {
         commands.App().add_subcommand("shell", "carry out statements as they are entered");
     auto& arguments = commands.Keep<PlayArguments>();
     arguments.session.AddTo(*shell);
+    AddRecord(*shell, arguments);
     shell->footer(ScriptHelp() + Example("shell --chip 1"));
     commands.Add(*shell, [shell, &arguments] {
         return Played(*shell, arguments, [](const RunOptions& options) {
