@@ -54,7 +54,7 @@ int Run(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kExitDone : kExitBadInput;
+        return Flushed(app.exit(error) == 0 ? kExitDone : kExitBadInput);  // the help, perhaps
     }
     return Flushed(commands.Run());
 }

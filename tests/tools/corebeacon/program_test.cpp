@@ -102,6 +102,16 @@ TEST_F(Program, ExplainsItself) {
     }
 }
 
+TEST_F(Program, TellsWhenItsHelpCannotBeWritten) {
+    for (const char* const arguments : {"--help", "--version", "run --help"}) {
+        const std::string command =
+            std::string(COREBEACON_PROGRAM) + " " + arguments + " >/dev/full 2>" + File("err");
+        const int status = std::system(command.c_str());
+        EXPECT_EQ(WEXITSTATUS(status), 1) << arguments;
+        EXPECT_EQ(ReadAll(File("err")), "corebeacon: standard output cannot be written\n");
+    }
+}
+
 TEST_F(Program, RefusesACommandLineThatItDoesNotUnderstand) {
     for (const char* arguments :
          {"", "frobnicate", "run", "demo now", "run a b", "run - --device toaster </dev/null",
