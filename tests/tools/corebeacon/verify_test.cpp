@@ -14,6 +14,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "sim/forwarding_node_io.h"
 #include "sim/simulated_device.h"
 #include "support/scoped_node_io.h"
 #include "tool_fixture.h"
@@ -110,9 +111,9 @@ TEST(Verdict, OnlyWhatTheKernelDoesToEveryValueIsNoMismatch) {
 
 /// Passes all on to a device, and writes to one of its nodes before somebody reads it for the n-th
 /// time. Used by one thread at a time.
-class Meddler : public NodeIo {
+class Meddler : public sim::ForwardingNodeIo {
 public:
-    explicit Meddler(SimulatedDevice& device) : mDevice(device) {}
+    using ForwardingNodeIo::ForwardingNodeIo;
 
     void WriteBeforeRead(int read, const std::string& path, const std::string& text) {
         mPath = path;
@@ -129,25 +130,14 @@ public:
             mIsWritten = true;
         }
         if (isIt && isRead && mIsWritten && --mReadsLeft == 0) {
-            const int fd = mDevice.Open(path, O_WRONLY);
-            EXPECT_GT(mDevice.Write(fd, mText.data(), mText.size()), 0);
-            mDevice.Close(fd);
+            const int fd = Device().Open(path, O_WRONLY);
+            EXPECT_GT(Device().Write(fd, mText.data(), mText.size()), 0);
+            Device().Close(fd);
         }
-        return mDevice.Open(path, flags);
-    }
-    ssize_t Read(int fd, void* buffer, std::size_t size) override {
-        return mDevice.Read(fd, buffer, size);
-    }
-    ssize_t Write(int fd, const void* data, std::size_t size) override {
-        return mDevice.Write(fd, data, size);
-    }
-    int Close(int fd) override { return mDevice.Close(fd); }
-    int Ioctl(int fd, unsigned long request, void* argument) override {
-        return mDevice.Ioctl(fd, request, argument);
+        return Device().Open(path, flags);
     }
 
 private:
-    SimulatedDevice& mDevice;
     std::string mPath;
     std::string mText;
     std::atomic<bool> mIsWritten{true};
@@ -156,20 +146,27 @@ private:
 
 class VerifiedRun : public ::testing::Test {
 protected:
-    /// Plays on the device as if it were the kernel.
-    Outcome Play(const std::string& script, bool isJson = false,
-                 std::chrono::milliseconds watch = std::chrono::milliseconds(0)) {
+    /// What `act` does and prints on the device as if it were the kernel.
+    template <typename Act>
+    Outcome OnDevice(Act act) {
         const corebeacon::test::ScopedNodeIo scope(mMeddler);
         const corebeacon::test::LogCapture log(0);
         const DrivenClock clock;
         std::ostringstream out;
         std::ostringstream diagnostics;
-        const RunOptions options{.session = {.device = DeviceKind::KERNEL, .chip = 0},
-                                 .isJson = isJson,
-                                 .isVerifying = true,
-                                 .watch = watch};
-        const int exitCode = PlayScript(script, "story.qos", options, out, diagnostics);
+        const int exitCode =
+            act(SessionOptions{.device = DeviceKind::KERNEL, .chip = 0}, out, diagnostics);
         return {exitCode, out.str(), diagnostics.str()};
+    }
+
+    Outcome Play(const std::string& script, bool isJson = false,
+                 std::chrono::milliseconds watch = std::chrono::milliseconds(0)) {
+        return OnDevice(
+            [&](const SessionOptions& session, std::ostream& out, std::ostream& diagnostics) {
+                const RunOptions options{
+                    .session = session, .isJson = isJson, .isVerifying = true, .watch = watch};
+                return PlayScript(script, "story.qos", options, out, diagnostics);
+            });
     }
 
     /// The lines of the summary.
@@ -276,6 +273,28 @@ TEST_F(VerifiedRun, ANodeThatHangsHoldsNobodyUp) {
     EXPECT_TRUE(Has(outcome.out, "600000000  (as written)")) << outcome.out;
 }
 
+TEST_F(VerifiedRun, NodesThatHangAreGivenUpTogetherInTheEnd) {
+    constexpr std::chrono::milliseconds kLimit{100};
+    const auto gate = std::make_shared<sim::Gate>();
+    std::vector<std::string> paths;
+    for (int i = 0; i < 12; ++i) {
+        paths.push_back("/hanging/" + std::to_string(i));
+        mDevice->AddText(paths.back(), "0");
+        mDevice->Inject(paths.back(), OperationKind::READ, Fault::Hold(gate).Forever());
+    }
+    auto reader = std::make_unique<TimedReader>(*mDevice, kLimit);
+    for (const std::string& path : paths) {
+        EXPECT_EQ(reader->Read(path).status, NodeReading::NO_ANSWER);
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    reader.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, paths.size() * kLimit / 2);
+    gate->Open();
+    for (const std::string& path : paths) {
+        AwaitReaderOf(path);
+    }
+}
+
 TEST_F(VerifiedRun, TheDocumentTellsTheSame) {
     mDevice->Throttle(kPolicy, 1952000);
     const Outcome outcome = Play("request pid=1 CPU_B.boost=1417000\n", true);
@@ -324,17 +343,14 @@ TEST(Verify, TheStoryOfTheDemoIsBorneOut) {
 class Watched : public VerifiedRun {
 protected:
     Outcome WatchFor(const std::vector<std::string>& targets, bool isJson = false) {
-        const corebeacon::test::ScopedNodeIo scope(mMeddler);
-        const corebeacon::test::LogCapture log(0);
-        const DrivenClock clock;
-        std::ostringstream out;
-        std::ostringstream diagnostics;
-        const WatchCommandOptions options{.session = {.device = DeviceKind::KERNEL, .chip = 0},
-                                          .targets = targets,
-                                          .watch = {.span = std::chrono::seconds(1)},
-                                          .isJson = isJson};
-        const int exitCode = WatchNodes(options, out, diagnostics);
-        return {exitCode, out.str(), diagnostics.str()};
+        return OnDevice(
+            [&](const SessionOptions& session, std::ostream& out, std::ostream& diagnostics) {
+                const WatchCommandOptions options{.session = session,
+                                                  .targets = targets,
+                                                  .watch = {.span = std::chrono::seconds(1)},
+                                                  .isJson = isJson};
+                return WatchNodes(options, out, diagnostics);
+            });
     }
 };
 

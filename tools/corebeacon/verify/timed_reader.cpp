@@ -1,5 +1,6 @@
 #include "verify/timed_reader.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <condition_variable>
 #include <mutex>
@@ -13,6 +14,8 @@
 namespace corebeacon::tool {
 
 namespace {
+
+using std::chrono::milliseconds;
 
 NodeReading ReadNow(NodeIo& nodes, const std::string& path) {
     NodeReading reading;
@@ -94,8 +97,10 @@ TimedReader::TimedReader(NodeIo& nodes, std::chrono::milliseconds limit)
     : mNodes(nodes), mLimit(limit) {}
 
 TimedReader::~TimedReader() {
+    const auto deadline = std::chrono::steady_clock::now() + mLimit;
     for (const auto& [path, worker] : mHanging) {
-        worker->Await(mLimit);
+        worker->Await(std::max(milliseconds(0), std::chrono::ceil<milliseconds>(
+                                                    deadline - std::chrono::steady_clock::now())));
         worker->Dismiss();
     }
     if (mWorker != nullptr) {
