@@ -13,6 +13,7 @@
 
 #include "corebeacon/node_io.h"
 #include "platform/node_reader.h"
+#include "printable.h"
 
 namespace corebeacon::board {
 
@@ -142,7 +143,7 @@ private:
         for (std::size_t i = 0; i < std::min(texts.size(), row.sysNodePaths.size()); ++i) {
             if (IsBinary(row.sysNodePaths[i]) && texts[i].size() == kBinaryBytes) {
                 Find(place, name + " writes the four bytes " + Quoted(texts[i]) + " to " +
-                                Printable(row.sysNodePaths[i]) +
+                                tool::Printable(row.sysNodePaths[i]) +
                                 ", which takes four bytes for a binary number");
             }
         }
@@ -166,7 +167,7 @@ private:
     void CheckNodes(const PerfGroupConfig& row, const RowPlaces& places) {
         for (std::size_t i = 0; i < row.sysNodePaths.size(); ++i) {
             if (IsMissing(row.sysNodePaths[i])) {
-                Find(places.nodes[i], "there is no " + Printable(row.sysNodePaths[i]));
+                Find(places.nodes[i], "there is no " + tool::Printable(row.sysNodePaths[i]));
             }
         }
     }
@@ -174,7 +175,7 @@ private:
     void CheckList(const PerfQosXmlLoadConfig& config, const Place& place) {
         const std::string& path = config.availableFreqsPath;
         if (mAsksNodes && !path.empty() && IsMissing(path)) {
-            Find(place, "there is no " + Printable(path));
+            Find(place, "there is no " + tool::Printable(path));
         }
     }
 
@@ -244,7 +245,7 @@ private:
                 return "";
             }
         }
-        return std::to_string(value) + " is not among the frequencies of " + Printable(path);
+        return std::to_string(value) + " is not among the frequencies of " + tool::Printable(path);
     }
 
     const ReadBoard& mRead;

@@ -6,6 +6,7 @@
 #include "board/reading.h"
 #include "corebeacon/builtin_config.h"
 #include "near_match.h"
+#include "printable.h"
 
 namespace corebeacon::board {
 
@@ -85,7 +86,7 @@ std::vector<std::string_view> QosNames(const Board& board) {
     std::vector<std::string_view> names;
     for (const auto& [qosId, config] : board.qos) {
         // Nobody means one that cannot be printed, and its letters would spoil the message.
-        if (Printable(config.name) == config.name) {
+        if (tool::Printable(config.name) == config.name) {
             names.emplace_back(config.name);
         }
     }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "near_match.h"
+#include "printable.h"
 
 namespace corebeacon::board {
 
@@ -48,17 +49,8 @@ std::optional<std::int64_t> WholeNumber(std::string_view text) {
                                                                 : std::nullopt;
 }
 
-std::string Printable(std::string_view text) {
-    std::string printable(text);
-    std::ranges::replace_if(
-        printable,
-        [](char letter) { return static_cast<unsigned char>(letter) < 0x20 || letter == 0x7f; },
-        '?');
-    return printable;
-}
-
 std::string Quoted(std::string_view text) {
-    return "'" + Printable(text.substr(0, kMaxQuotedBytes)) +
+    return "'" + tool::Printable(text.substr(0, kMaxQuotedBytes)) +
            (text.size() > kMaxQuotedBytes ? "...'" : "'");
 }
 

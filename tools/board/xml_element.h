@@ -89,9 +89,6 @@ private:
 /// A decimal number and nothing else.
 std::optional<std::int64_t> WholeNumber(std::string_view text);
 
-/// The text with a '?' for each control character, which would spoil a line of output.
-std::string Printable(std::string_view text);
-
 /// The text in single quotes, short and printable whatever the file holds.
 std::string Quoted(std::string_view text);
 

@@ -6,6 +6,8 @@
 #include <sstream>
 #include <utility>
 
+#include "device_names.h"
+#include "printable.h"
 #include "text_table.h"
 
 namespace corebeacon::tool {
@@ -37,19 +39,6 @@ std::set<PerfQosId> QosOf(const EngineSession& session, const std::vector<Statem
         }
     }
     return ids;
-}
-
-const char* DeviceText(DeviceKind device) {
-    switch (device) {
-        case DeviceKind::SIM:
-            return "Simulated device";
-        case DeviceKind::SNAPSHOT:
-            return "A device simulated from a snapshot";
-        case DeviceKind::KERNEL:
-        case DeviceKind::GIVEN:
-            break;
-    }
-    return "The kernel's own nodes";
 }
 
 }  // namespace
@@ -97,8 +86,8 @@ void EventPrinter::Device(EngineSession& session) {
 }
 
 void EventPrinter::Note(const Statement& note) {
-    mOut << (mIsInParagraph ? "" : "\n") << mPalette.note << "# " << note.text << mPalette.reset
-         << "\n"
+    mOut << (mIsInParagraph ? "" : "\n") << mPalette.note << "# " << Printable(note.text)
+         << mPalette.reset << "\n"
          << std::flush;
     mIsInParagraph = true;
 }
@@ -108,7 +97,7 @@ void EventPrinter::Asked(TimePoint time, const Statement& statement) {
         MakeRoomFor({statement});
     }
     Time(time);
-    mOut << statement.text << "\n" << std::flush;
+    mOut << Printable(statement.text) << "\n" << std::flush;
 }
 
 void EventPrinter::Ended(TimePoint time, const HeldRequest& held, HowEnded how) {
@@ -125,8 +114,9 @@ void EventPrinter::Written(const NodeWrite& write, bool isRepetition) {
     }
     const NodeName name = mNames->Of(write.path);
     Time(write.time);
-    mOut << "    " << Padded(name.qos, mWidths.qos) << "  " << Padded(name.brief, mWidths.brief)
-         << "  " << mPalette.value << write.value << mPalette.reset;
+    mOut << "    " << Padded(Printable(name.qos), mWidths.qos) << "  "
+         << Padded(Printable(name.brief), mWidths.brief) << "  " << mPalette.value << write.value
+         << mPalette.reset;
     if (!write.failure.empty()) {
         mOut << (write.value.empty() ? "" : "  ") << mPalette.failure << "FAILED: " << write.failure
              << mPalette.reset;
@@ -138,7 +128,7 @@ void EventPrinter::Answered(const std::string& text) {
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
         line.erase(line.find_last_not_of(" \t\r") + 1);
-        mOut << (line.empty() ? "" : "    ") << line << "\n";
+        mOut << (line.empty() ? "" : "    ") << Printable(line) << "\n";
     }
     mOut << std::flush;
     mIsInParagraph = false;

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "corebeacon/builtin_config.h"
+#include "device_names.h"
 #include "interruption.h"
 #include "qos_json.h"
 #include "verb_table.h"
@@ -12,19 +13,6 @@
 namespace corebeacon::tool {
 
 namespace {
-
-const char* DeviceName(DeviceKind device) {
-    switch (device) {
-        case DeviceKind::SIM:
-            return "sim";
-        case DeviceKind::SNAPSHOT:
-            return "snapshot";
-        case DeviceKind::KERNEL:
-        case DeviceKind::GIVEN:
-            break;
-    }
-    return "kernel";
-}
 
 long long MicrosBetween(TimePoint from, TimePoint until) {
     return std::chrono::duration_cast<std::chrono::microseconds>(until - from).count();

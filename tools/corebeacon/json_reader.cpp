@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "printable.h"
+
 namespace corebeacon::tool {
 
 namespace {
@@ -70,7 +72,7 @@ void JsonPlace::MustKnow(std::initializer_list<std::string_view> keys) const {
     }
     for (const auto& [key, value] : mValue.items()) {
         if (std::ranges::find(keys, key) == keys.end()) {
-            Fail("does not know \"" + key.substr(0, 40) + "\"");
+            Fail("does not know \"" + Printable(key.substr(0, 40)) + "\"");
         }
     }
 }

@@ -10,6 +10,7 @@
 #include "corebeacon/log.h"
 #include "interruption.h"
 #include "platform/clock.h"
+#include "printable.h"
 
 namespace corebeacon::tool {
 
@@ -285,7 +286,7 @@ void ScriptPlayer::Complain(const Statement& statement, const std::string& text)
 
 void ScriptPlayer::Tell(const Statement& statement, const std::string& text, bool isFailure) {
     mDiagnostics << mScriptName << ":" << statement.position.line << ":"
-                 << statement.position.column << ": " << text << std::endl;
+                 << statement.position.column << ": " << Printable(text) << std::endl;
     mObservers.Tell(&RunObserver::Complained, statement, text, isFailure);
 }
 

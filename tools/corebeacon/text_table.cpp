@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "printable.h"
+
 namespace corebeacon::tool {
 
 std::string Padded(const std::string& text, std::size_t width) {
@@ -23,7 +25,7 @@ std::string TextTable::Text(const std::string& margin) const {
             line += (i > 0 ? "  " : "") + Padded(row[i], widths[i]);
         }
         line.erase(line.find_last_not_of(' ') + 1);
-        text += line + "\n";
+        text += Printable(line) + "\n";
     }
     return text;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <sstream>
 
+#include "device_names.h"
 #include "platform/clock.h"
 #include "timeline_limits.h"
 #include "timeline_units.h"
@@ -35,12 +36,6 @@ std::string KindOf(const HeldRequest& held) {
     }
 }
 
-std::string DeviceText(const EngineSession& session) {
-    const bool isKernel = session.Device() == DeviceKind::KERNEL;
-    return std::string(isKernel ? "The kernel's own nodes" : "Simulated device") + ", chip " +
-           std::to_string(session.Chip());
-}
-
 }  // namespace
 
 TimelineRecorder::TimelineRecorder(std::string title) {
@@ -53,7 +48,8 @@ void TimelineRecorder::Begin(EngineSession& session, TimePoint begin) {
     mWallBegin = std::chrono::system_clock::now() -
                  std::chrono::duration_cast<std::chrono::microseconds>(SteadyNow() - begin);
     mTimeline.begin = WallTimeText(mWallBegin);
-    mTimeline.device = DeviceText(session);
+    mTimeline.device =
+        std::string(DeviceText(session.Device())) + ", chip " + std::to_string(session.Chip());
     for (const auto& [qosId, config] : session.Table()) {
         AddCandidates(qosId, config);
         Sample(qosId, begin);

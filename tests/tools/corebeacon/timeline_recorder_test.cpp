@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -161,6 +162,13 @@ TEST(TimelineRecorder, ANoteHasTheTimeOfTheStatementBelowIt) {
     EXPECT_EQ(timeline.marks[3].time, 30000);
     EXPECT_EQ(timeline.title, "story.qos");
     EXPECT_EQ(timeline.device, "Simulated device, chip 0");
+}
+
+TEST(TimelineRecorder, ASnapshotIsCalledOne) {
+    SessionOptions session;
+    session.device = DeviceKind::SNAPSHOT;
+    session.snapshot = std::make_shared<const DeviceSnapshot>();
+    EXPECT_EQ(Record("wait 1ms\n", session).device, "A device simulated from a snapshot, chip 0");
 }
 
 TEST(TimelineRecorder, ANodeThatNoRowNamesHasATrackOfItsOwn) {

@@ -1,12 +1,12 @@
 #include "explain/explain_command.h"
 
-#include <memory>
 #include <utility>
 
 #include <nlohmann/json.hpp>
 
 #include "explain/explanation.h"
 #include "explain/explanation_json.h"
+#include "printable.h"
 #include "run_command.h"
 #include "script_player.h"
 #include "script_source.h"
@@ -37,9 +37,8 @@ int Explain(const ExplainOptions& options, std::istream& in, std::ostream& out,
     if (!statements) {
         return kExitBadInput;
     }
-    const std::unique_ptr<EngineSession> session = EngineSession::Start(options.session);
+    const auto session = EngineSession::StartOrTell(options.session, diagnostics);
     if (session == nullptr) {
-        diagnostics << "corebeacon: the engine does not start; its log above tells why\n";
         return kExitFailed;
     }
     RunObservers nobody;
@@ -51,7 +50,7 @@ int Explain(const ExplainOptions& options, std::istream& in, std::ostream& out,
     std::string problem;
     const std::optional<Explanation> explanation = player.Explain(options.targets, problem);
     if (!explanation) {
-        diagnostics << "corebeacon: " << problem << "\n";
+        diagnostics << "corebeacon: " << Printable(problem) << "\n";
         return kExitBadInput;
     }
     if (options.isJson) {

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "explain/explanation.h"
+#include "printable.h"
 #include "text_table.h"
 
 namespace corebeacon::tool {
@@ -98,9 +99,9 @@ std::string WhyText(const GroupItemState& item, const GroupState& group,
 }
 
 std::string HeadText(const GroupState& group, const Explanation& explanation) {
-    std::string text = group.qosName;
+    std::string text = Printable(group.qosName);
     if (group.name != group.qosName) {
-        text += "." + std::to_string(group.groupId) + " " + group.name;
+        text += "." + std::to_string(group.groupId) + " " + Printable(group.name);
     }
     text +=
         ": " + PairText(group.inForce) + " in force at " + TimeText(group.inspectedAt, explanation);

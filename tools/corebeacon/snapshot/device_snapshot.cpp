@@ -5,6 +5,7 @@
 
 #include "corebeacon/version.h"
 #include "json_reader.h"
+#include "printable.h"
 #include "text_file.h"
 
 namespace corebeacon::tool {
@@ -96,7 +97,7 @@ DeviceSnapshot SnapshotOf(const JsonPlace& document) {
             pathPlace.Fail("must be an absolute path");
         }
         if (!snapshot.nodes.emplace(path, NodeOf(element)).second) {
-            pathPlace.Fail("is there twice: " + path);
+            pathPlace.Fail("is there twice: " + Printable(path));
         }
     }
     return snapshot;

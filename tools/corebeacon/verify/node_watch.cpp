@@ -7,6 +7,7 @@
 
 #include "interruption.h"
 #include "platform/clock.h"
+#include "printable.h"
 
 namespace corebeacon::tool {
 
@@ -76,8 +77,8 @@ std::string ChangeText(const NodeChange& change, TimePoint begin, const NodeName
     std::snprintf(time, sizeof(time), "%4lld.%03lld  ", static_cast<long long>(millis / 1000),
                   static_cast<long long>(millis % 1000));
     const NodeName name = names.Of(change.path);
-    return time + name.qos + (name.qos.empty() ? "" : "  ") + name.brief + "  " + change.from +
-           " -> " + change.to;
+    return time + Printable(name.qos + (name.qos.empty() ? "" : "  ") + name.brief) + "  " +
+           change.from + " -> " + change.to;
 }
 
 }  // namespace corebeacon::tool

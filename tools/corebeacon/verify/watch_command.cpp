@@ -1,6 +1,5 @@
 #include "verify/watch_command.h"
 
-#include <memory>
 #include <optional>
 
 #include <nlohmann/json.hpp>
@@ -9,6 +8,7 @@
 #include "interruption.h"
 #include "json_document.h"
 #include "platform/clock.h"
+#include "printable.h"
 #include "run_command.h"
 
 namespace corebeacon::tool {
@@ -30,7 +30,7 @@ std::optional<std::vector<std::string>> PathsOf(const std::vector<std::string>& 
         std::string problem;
         const auto groups = FindGroups(session, {target}, problem);
         if (!groups) {
-            diagnostics << "corebeacon: " << problem << "\n";
+            diagnostics << "corebeacon: " << Printable(problem) << "\n";
             return std::nullopt;
         }
         for (const GroupState& group : *groups) {
@@ -45,9 +45,8 @@ std::optional<std::vector<std::string>> PathsOf(const std::vector<std::string>& 
 }  // namespace
 
 int WatchNodes(const WatchCommandOptions& options, std::ostream& out, std::ostream& diagnostics) {
-    const std::unique_ptr<EngineSession> session = EngineSession::Start(options.session);
+    const auto session = EngineSession::StartOrTell(options.session, diagnostics);
     if (session == nullptr) {
-        diagnostics << "corebeacon: the engine does not start; its log above tells why\n";
         return kExitFailed;
     }
     const auto paths = PathsOf(options.targets, *session, diagnostics);

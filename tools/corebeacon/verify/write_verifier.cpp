@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "printable.h"
 #include "text_table.h"
 
 namespace corebeacon::tool {
@@ -159,8 +160,9 @@ std::string WriteVerifier::Outcome(const Check& check) const {
 
 void WriteVerifier::Tell(const Check& check) {
     const NodeName name = mSession->Names().Of(check.write.path);
-    mOut << "    " << NameOf(check.verdict) << ": " << name.qos << (name.qos.empty() ? "" : "  ")
-         << name.brief << "  " << Outcome(check) << "\n"
+    mOut << "    " << NameOf(check.verdict) << ": "
+         << Printable(name.qos + (name.qos.empty() ? "" : "  ") + name.brief) << "  "
+         << Outcome(check) << "\n"
          << std::flush;
 }
 
