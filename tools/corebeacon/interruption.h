@@ -11,7 +11,7 @@ namespace corebeacon::tool {
 inline constexpr std::chrono::milliseconds kInterruptionDelay{50};
 
 /// While one lives, the two signals set the flag instead of ending the process; calls that wait
-/// return with EINTR. A guard that is not `repeatedly` catches one of each kind: the next ends the
+/// return with EINTR. With `Catch::ONCE` a guard catches one of each kind: the next ends the
 /// process, should the first be of no avail.
 class InterruptionGuard {
 public:

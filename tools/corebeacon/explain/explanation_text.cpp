@@ -43,7 +43,7 @@ std::string OriginText(const GroupItemState& item) {
 }
 
 std::string WhoText(const GroupItemState& item, const Explanation& explanation) {
-    const std::string name = NameOf(item, explanation);
+    std::string name = NameOf(item, explanation);
     if (item.handle == GroupState::kNobody) {
         return name;
     }

@@ -143,7 +143,7 @@ void WriteVerifier::LookAgain() {
 }
 
 std::string WriteVerifier::Outcome(const Check& check) const {
-    const std::string wrote = "wrote " + check.write.value;
+    std::string wrote = "wrote " + check.write.value;
     switch (check.verdict) {
         case Verdict::REJECTED:
         case Verdict::ABSENT:
