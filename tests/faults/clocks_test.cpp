@@ -30,12 +30,7 @@ protected:
                                    mHandle);
     }
 
-    /// Moves the clock on and waits until the resources have done what that brings about.
-    void Pass(nanoseconds step) {
-        mClock.Advance(step);
-        EXPECT_TRUE(Eventually([this] { return !mClock.HasDueWaiters(); }));
-        Settle(*mFront);
-    }
+    void Pass(nanoseconds step) { test::Pass(*mFront, mClock, step); }
 
     std::string Dump(const char* type) {
         std::ostringstream out;

@@ -45,13 +45,6 @@ protected:
         mDevice->ClearRecord();
     }
 
-    /// Moves the clock and waits until what that brought about is done.
-    void Advance(std::chrono::milliseconds step) {
-        mClock.Advance(step);
-        ASSERT_TRUE(Eventually([this] { return !mClock.HasDueWaiters(); }));
-        Settle(*mFront);
-    }
-
     /// What was written since the last call: QoS by QoS, since their workers are not in step, and
     /// for each its writes in their order.
     std::string NewWrites() {
@@ -171,7 +164,7 @@ TEST_P(WholeTableTest, ScenariosAndEventsWriteWhatWasReviewed) {
         out << name << "\n" << NewWrites();
         unsigned int now = 0;
         for (const unsigned int time : times) {
-            Advance(std::chrono::milliseconds(time - now));
+            Pass(*mFront, mClock, std::chrono::milliseconds(time - now));
             now = time;
             out << name << " after " << time << " ms\n" << NewWrites();
         }

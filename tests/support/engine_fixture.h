@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -12,6 +13,9 @@
 #include "corebeacon/config_manager.h"
 #include "engine/resource_manager.h"
 #include "sim/simulated_device.h"
+#include "support/all_asleep.h"
+#include "support/deadline.h"
+#include "support/manual_clock.h"
 #include "support/scoped_node_io.h"
 
 namespace corebeacon::test {
@@ -31,6 +35,16 @@ inline void Settle(const ConfigManager& front) {
         std::ostringstream ignored;
         EXPECT_TRUE(front.Resources().GetResourcePtr(id)->WaitLogFinish(true, ignored));
     }
+}
+
+/// Moves the clock on, between two moments at which nothing is under way, and has everything done
+/// that this brings about. Not while a node hangs.
+inline void Pass(const ConfigManager& front, ManualClock& clock, std::chrono::nanoseconds step) {
+    Settle(front);
+    EXPECT_TRUE(Eventually([&] { return AllAsleep(front, clock); }));
+    clock.Advance(step);
+    EXPECT_TRUE(Eventually([&] { return !clock.HasDueWaiters(); }));
+    Settle(front);
 }
 
 /// Request elements in few words: Ask(PERF_QOS_GPU, PERF_OPERATION_BOOST, 500000000).

@@ -34,6 +34,16 @@ public:
         mWallOffset += step;
     }
 
+    void Wait(CondVar& cond, Mutex& mutex) override REQUIRES(mutex) {
+        {
+            std::lock_guard<std::mutex> lock(mMutex);
+            ++mEndlessWaits;
+        }
+        cond.Wait(mutex);
+        std::lock_guard<std::mutex> lock(mMutex);
+        --mEndlessWaits;
+    }
+
     void WaitUntil(CondVar& cond, Mutex& mutex, TimePoint deadline) override REQUIRES(mutex) {
         {
             std::lock_guard<std::mutex> lock(mMutex);
@@ -52,7 +62,8 @@ public:
         }
     }
 
-    /// Moves the time on and wakes whoever waits for a deadline.
+    /// Moves the time on and wakes whoever waits for a deadline. A worker that is awake may answer
+    /// what is asked of it from now on ahead of its time-out: see AllAsleep().
     void Advance(std::chrono::nanoseconds step) {
         std::vector<Waiter> waiters;
         {
@@ -80,9 +91,16 @@ public:
         return false;
     }
 
+    /// Who waits for a deadline.
     std::size_t WaiterCount() const {
         std::lock_guard<std::mutex> lock(mMutex);
         return mWaiters.size();
+    }
+
+    /// Who waits, for a deadline or without one.
+    std::size_t SleeperCount() const {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return mWaiters.size() + mEndlessWaits;
     }
 
 private:
@@ -95,6 +113,7 @@ private:
     TimePoint mNow;                           // guarded by mMutex
     std::chrono::nanoseconds mWallOffset{0};  // guarded by mMutex
     std::vector<Waiter> mWaiters;             // guarded by mMutex
+    std::size_t mEndlessWaits = 0;            // guarded by mMutex
 };
 
 }  // namespace corebeacon::test
