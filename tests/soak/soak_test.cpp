@@ -58,7 +58,8 @@ protected:
 
 TEST_F(SoakTest, AfterManyStepsOfEveryKindEverythingIsBackWhereItBegan) {
     const long count = SizeFromEnvironment("COREBEACON_SOAK_REQUESTS", 20000);
-    Run(count / 10 + 1000, 1);
+    // Until the histories are full, each entry of which keeps a block or two.
+    Run(count / 10 + 4000, 1);
     const std::size_t descriptors = mDevice->OpenDescriptors();
     const std::size_t threads = ThreadCount();
     const std::size_t heap = LiveHeapBlocks();
