@@ -10,14 +10,14 @@ fail() {
 }
 
 # await STATE READER CONDITION...   polls until CONDITION holds of `values`, which READER sets; a
-# write shows in a read only after some milliseconds, and each state lasts a while. Once one was
-# missed the rest would only wait in vain.
+# write shows in a read only after some milliseconds. Once one was missed the rest would only wait in
+# vain.
 await() {
     [ $failures -eq 0 ] || return
     state=$1
     reader=$2
     shift 2
-    deadline=$(($(date +%s) + 30))
+    deadline=$(($(date +%s) + 60))
     $reader
     until "$@"; do
         if [ "$(date +%s)" -ge $deadline ]; then
@@ -52,9 +52,27 @@ play() {
     program=$!
 }
 
+# begin   starts the program, which then does what it is told; its output is in /tmp/out. So a state
+# lasts until it has been seen, however slow the emulator is, unless a time ends it.
+begin() {
+    rm -f /tmp/statements
+    mkfifo /tmp/statements
+    /corebeacon shell --device kernel --chip 0 </tmp/statements >/tmp/out 2>/tmp/err &
+    program=$!
+    exec 3>/tmp/statements
+}
+
+# tell STATEMENT...
+tell() {
+    [ $failures -eq 0 ] || return
+    # In a shell of its own, which a program that is gone may end.
+    (echo "$*" >&3) || fail "the program does not listen: $*"
+}
+
 # end_play   waits for the program and shows what it said
 end_play() {
     [ $failures -eq 0 ] || kill $program 2>/dev/null
+    exec 3>&-
     wait $program
     status=$?
     [ $status -eq 0 ] || fail "the program exited with $status"
