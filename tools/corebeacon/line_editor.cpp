@@ -149,8 +149,9 @@ void LineEditor::Terminal::Bind() {
     ::el_set(mEdit, EL_PROMPT, &Terminal::Prompt);
     ::el_set(mEdit, EL_EDITOR, "emacs");
     ::el_set(mEdit, EL_HIST, &::history, mHistory);
-    ::el_set(mEdit, EL_ADDFN, "complete-word", "completes the word at the cursor",
-             &Terminal::OnTab);
+    // In wide letters: of narrow ones libedit makes copies that it never frees.
+    ::el_wset(mEdit, EL_ADDFN, L"complete-word", L"completes the word at the cursor",
+              &Terminal::OnTab);
     ::el_set(mEdit, EL_BIND, "^I", "complete-word", nullptr);
     ::el_set(mEdit, EL_BIND, "^R", "em-inc-search-prev", nullptr);
     ::el_set(mEdit, EL_GETCFN, &Terminal::OnRead);
