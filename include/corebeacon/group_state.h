@@ -86,8 +86,9 @@ struct GroupItemState {
     bool decidesCeiling = false;  ///< and a boost the ceiling, by lifting it
     GroupRule rule = GroupRule::IN_FORCE;
     unsigned long beatenBy = 0;  ///< the handle that the rule speaks of; 0 where it names none
-    /// Of an item that decides a side: what is in force after it is released now, and after it has
-    /// come to its end, if nobody asks for anything else until then. The same for a standing one.
+    /// Of an item that decides a side: what is in force after it is released now, with all that is
+    /// overdue dropped, and after it has come to its end, if nobody asks for anything else until
+    /// then. The same for a standing one.
     GroupPair afterRelease;
     GroupPair afterEnd;
 

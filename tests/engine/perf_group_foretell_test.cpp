@@ -163,6 +163,7 @@ void CompareReleases(const Life& life, const GroupItemState& item, Tally& tally)
     stop.at = life.Now();
     stop.kind = item.isTimed ? Step::SHORT_STOP : Step::LONG_STOP;
     Play(stop, *group);
+    PassTime(*group, At(stop.at));  // what is overdue
     ++tally.releases;
     tally.changes += before == item.afterRelease ? 0 : 1;
     EXPECT_EQ(Text(item.afterRelease), Text(Written(*group, before)))

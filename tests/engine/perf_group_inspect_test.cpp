@@ -223,13 +223,20 @@ TEST_F(PerfGroupInspect, WhatExpiredBehindTheHeadIsTold) {
     EXPECT_EQ(Items(3)[1], "2 boost 1500: expired");
 }
 
+TEST_F(PerfGroupInspect, WhatExpiredBehindTheHeadDoesNotFollowItsRelease) {
+    Timely(1, Boost(1800), 0, 10);
+    Timely(2, Boost(1500), 0, 3);
+    EXPECT_EQ(PairText(State(2).items.front().afterRelease), "1500~3000");
+    EXPECT_EQ(PairText(State(3).items.front().afterRelease), "300~2000");
+}
+
 TEST_F(PerfGroupInspect, AnOverdueWinnerIsStillInForceAndEndsNow) {
     Timely(1, Boost(1800), 0, 10);
     const GroupItemState item = State(12).items.front();
     EXPECT_EQ(ItemText(item), "1 boost 1800: in force, floor, ceiling");
     EXPECT_EQ(PairText(item.afterEnd), "300~2000");
     // Its release comes too late to do anything: its end does it.
-    EXPECT_EQ(PairText(item.afterRelease), "1800~3000");
+    EXPECT_EQ(PairText(item.afterRelease), "300~2000");
 }
 
 TEST_F(PerfGroupInspect, AReleaseTakesBackBothSidesOfARequest) {

@@ -48,6 +48,7 @@ void FrontPlayer::Inspect() {
         return;
     }
     Demand(mFront.PerfRelease(item->pid, item->handle) == 0, "a client's request is released");
+    Settle();
     std::vector<GroupState> after;
     Demand(mFront.Inspect(id, after) == 0 && after.size() == groups.size(), "the groups stay");
     Demand(mHadMishap || after[group.groupId].inForce == item->afterRelease,
