@@ -40,10 +40,10 @@ FLOOR_PERCENT = 95
 
 # The folders that are changed, each with the suites that may notice: the likeliest and quickest
 # first.
-SUITES = {"command": ("command", "engine", "front", "model", "faults", "soak"),
-          "engine": ("engine", "resources", "front", "model", "faults", "soak"),
-          "resources": ("resources", "engine", "front", "model", "faults", "soak"),
-          "front": ("front", "model", "faults", "soak")}
+SUITES = {"command": ("command", "engine", "front", "model", "faults", "oom", "soak"),
+          "engine": ("engine", "resources", "front", "model", "faults", "oom", "soak"),
+          "resources": ("resources", "engine", "front", "model", "faults", "oom", "soak"),
+          "front": ("front", "model", "faults", "oom", "soak")}
 # Enough to meet every rule of the model; the default sizes are for finding what nobody thought of.
 ENVIRONMENT = dict(os.environ, GTEST_FAIL_FAST="1", GTEST_BRIEF="1", COREBEACON_MODEL_STEPS="20000",
                    COREBEACON_MODEL_LENGTH="3", COREBEACON_MODEL_SEEDS="60",

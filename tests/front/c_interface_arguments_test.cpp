@@ -3,6 +3,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <functional>
 #include <memory>
@@ -290,6 +291,21 @@ TEST_F(CArgumentsTest, AQosOfTheHostsOwnWritesItsNode) {
     EXPECT_EQ(corebeacon_request(mEngine, kPid, 0, &tooMuch, 1, &handle), -1);
 }
 
+TEST_F(CArgumentsTest, EveryScenarioOfTheTableIsTaken) {
+    const std::array<corebeacon_scenario, 3> scenarios = {
+        {kScenarioRow,
+         {kScenario + 1, kScenarioItems.data(), 1},
+         {kScenario + 2, &kScenarioItems[1], 1}}};
+    corebeacon_options options = Options();
+    options.scenarios = scenarios.data();
+    options.scenario_count = scenarios.size();
+    ASSERT_EQ(Create(options), 0);
+    for (const corebeacon_scenario& scenario : scenarios) {
+        unsigned long handle = 0;
+        EXPECT_EQ(corebeacon_set_scenario(mEngine, kPid, scenario.scenario, &handle), 0);
+    }
+}
+
 TEST_F(CArgumentsTest, EmptyTablesLeaveTheEngineWithoutScenariosAndEvents) {
     corebeacon_options options = Options();
     options.scenario_count = 0;
@@ -347,6 +363,22 @@ corebeacon_node_io DeafNodeIo() {
             [](void*, int, const void*, size_t) -> ssize_t { return -1; },
             [](void*, int) { return -1; },
             [](void*, int, unsigned long, void*) { return -1; }};
+}
+
+TEST_F(CArgumentsTest, NodeAccessAnswersWhatItsFunctionsAnswer) {
+    corebeacon_node_io functions = DeafNodeIo();
+    functions.open_node = [](void*, const char*, int) { return 11; };
+    functions.read_node = [](void*, int, void*, size_t) -> ssize_t { return 12; };
+    functions.write_node = [](void*, int, const void*, size_t) -> ssize_t { return 13; };
+    functions.close_node = [](void*, int) { return 14; };
+    functions.ioctl_node = [](void*, int, unsigned long, void*) { return 15; };
+    ASSERT_EQ(corebeacon_set_node_io(&functions), 0);
+    EXPECT_EQ(GetNodeIo().Open("/node", 0), 11);
+    EXPECT_EQ(GetNodeIo().Read(11, nullptr, 0), 12);
+    EXPECT_EQ(GetNodeIo().Write(11, nullptr, 0), 13);
+    EXPECT_EQ(GetNodeIo().Close(11), 14);
+    EXPECT_EQ(GetNodeIo().Ioctl(11, 0, nullptr), 15);
+    EXPECT_EQ(corebeacon_set_node_io(nullptr), 0);
 }
 
 TEST_F(CArgumentsTest, NodeAccessIsRefusedWithoutEachOfItsFunctions) {
