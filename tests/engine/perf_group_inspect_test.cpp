@@ -211,6 +211,8 @@ TEST_F(PerfGroupInspect, WhatWaitsIsToldAndCountsWhenTheWinnerEnds) {
     EXPECT_EQ(Items()[3], "2 boost 1500: waiting");
     EXPECT_EQ(Items()[4], "3 boost 2800: waiting");
     EXPECT_EQ(Item(2).start, At(5));
+    EXPECT_TRUE(Item(2).isTimed);
+    EXPECT_EQ(Item(2).end, At(20));
     EXPECT_EQ(PairText(Item(1).afterRelease), "300~2000");
     EXPECT_EQ(PairText(Item(1).afterEnd), "1500~3000");
     EXPECT_EQ(State().nextWakeUp, At(5));

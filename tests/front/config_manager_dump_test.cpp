@@ -228,6 +228,14 @@ TEST_F(DumpTest, TheCoreVersionIsThatOfTheHeaders) {
     EXPECT_EQ(out.str(), "core version: 5.1.0");
 }
 
+TEST_F(DumpTest, AStreamThatTakesNoMoreFailsATaskDump) {
+    Start();
+    std::ostringstream out;
+    EXPECT_EQ(mFront->TaskDump(true, out), 0);
+    out.setstate(std::ios_base::badbit);
+    EXPECT_EQ(mFront->TaskDump(true, out), -1);
+}
+
 TEST_F(DumpTest, WithoutResourcesThereIsNothingToCollect) {
     DropResources();
     std::ostringstream out;

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <string>
 
+#include "corebeacon/group_state.h"
 #include "resources/node_fixture.h"
 
 namespace corebeacon::test {
@@ -48,6 +50,24 @@ protected:
 
 const Writes kBothOff{{kBoard, "disabled"}, {kSoc, "disabled"}};
 const Writes kBoardOff{{kBoard, "disabled"}, {kSoc, "enabled"}};
+
+TEST_F(IpaSustainablePowerGroupTest, AnInspectionTellsTheNodesThatItsBoardHas) {
+    const auto toldNodes = [](const PerfGroup& group) {
+        GroupState state;
+        group.Inspect(TimePoint{}, state);
+        EXPECT_EQ(state.kind, GroupKind::IPA_POWER);
+        Texts nodes;
+        for (const NodeState& node : state.nodes) {
+            nodes.push_back(node.path + "=" + node.text);
+        }
+        return nodes;
+    };
+    Make(true);
+    Apply(3000);
+    EXPECT_EQ(toldNodes(*mGroup), (Texts{std::string(kPower) + "=3000", std::string(kBoard) + "=",
+                                         std::string(kSoc) + "="}));
+    EXPECT_EQ(toldNodes(Make(false)), (Texts{std::string(kSoc) + "="}));
+}
 
 // ---- On a board with an allocator of its own ----
 
