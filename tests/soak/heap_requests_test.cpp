@@ -10,6 +10,7 @@
 #include "platform/clock.h"
 #include "platform/logging.h"
 #include "resources/frequency_resource.h"
+#include "resources/ioctl_level_map_group.h"
 #include "soak/heap_count.h"
 #include "support/engine_fixture.h"
 #include "support/log_capture.h"
@@ -161,6 +162,15 @@ TEST_P(WorkersHeap, IsAskedAtMostTwiceForEachOfACrowd) {
 }
 
 INSTANTIATE_TEST_SUITE_P(UntimedAndTimed, WorkersHeap, ::testing::Bool());
+
+TEST(IoctlsHeap, IsNotAskedByTheFirstWriteEither) {
+    SilentNodeIo nodes;
+    const ScopedNodeIo nodeIo(nodes);
+    const Level2ValueMap levels = {{100, {"3:5"}}, {110, {"3:120"}}};
+    IoctlLevelMapGroup group(PerfGroupConfig("PRIO", 100, {"/prio"}, levels, CHIP_TYPE_COMMON),
+                             PERF_WORK_MODE_0);
+    EXPECT_EQ(HeapRequestsOf([&group] { EXPECT_EQ(group.DoConfig(110, 0), 0); }), 0U);
+}
 
 TEST(LogLinesHeap, IsNotAskedForALineThatIsOff) {
     const auto text = [] { return std::string(200, 'x'); };
