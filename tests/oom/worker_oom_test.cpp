@@ -104,6 +104,21 @@ TEST_F(WorkerOomTest, ADumpIsAnsweredWithoutMemory) {
     }
 }
 
+TEST_F(WorkerOomTest, AnInspectionIsWholeOrNone) {
+    std::vector<GroupState> whole;
+    ASSERT_EQ(mFront->Inspect(PERF_QOS_EAS, whole), 0);
+    ASSERT_GT(whole.size(), 1U);
+    bool isShort = true;
+    for (long nth = 1; isShort; ++nth) {
+        std::vector<GroupState> groups;
+        const FailingHeap heap(HeapUser::OTHER_THREADS, Shortage::ONCE, nth);
+        const int result = mFront->Inspect(PERF_QOS_EAS, groups);
+        isShort = FailingHeap::HasFailed();
+        EXPECT_EQ(result, isShort ? -1 : 0) << nth;
+        EXPECT_EQ(groups.size(), isShort ? 0U : whole.size()) << nth;
+    }
+}
+
 TEST_F(WorkerOomTest, ABaseValueThatFindsNoMemoryIsLeftOutWhole) {
     // The queues take memory for several items at once: for one of these groups not for its base.
     int leftOut = 0;

@@ -9,6 +9,7 @@
 #include <thread>
 #include <utility>
 
+#include "corebeacon/group_state.h"
 #include "sim/simulated_device.h"
 #include "support/log_capture.h"
 #include "support/manual_clock.h"
@@ -102,6 +103,17 @@ TEST_F(FrequencyGroupTest, ALimitIsWrittenToMaximumMinimumMaximumAndTheGpuSwitch
     EXPECT_EQ(mLog.Lines()[1].function, "RecordLimitCmd");
     EXPECT_EQ(mLog.Lines()[2].function, "WriteGpuTopFreq");
     EXPECT_EQ(History(), "*****GPU: \nfreq=1200000 " + Now() + "\n");
+}
+
+TEST_F(FrequencyGroupTest, AnInspectionTellsTheGpuSwitchToo) {
+    Group().DoConfig(800000, 1200000);
+    GroupState state;
+    Group().Inspect(mClock.SteadyNow(), state);
+    Writes told;
+    for (const NodeState& node : state.nodes) {
+        told.emplace_back(node.path, node.text);
+    }
+    EXPECT_EQ(told, (Writes{{kMin, "800000"}, {kMax, "1200000"}, {kGpuTop, "0"}}));
 }
 
 TEST_F(FrequencyGroupTest, TheSamePairAgainWritesOnlyTheTwoNodes) {
