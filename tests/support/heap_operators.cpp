@@ -25,10 +25,12 @@ void operator delete[](void* block) noexcept {
     GiveToHeap(block);
 }
 
-void operator delete(void* block, std::size_t /*size*/) noexcept {
+// Seen by shared libraries, as the ones above are by themselves: clang hides what knows the size,
+// and a library would give a block from here to another heap.
+[[gnu::visibility("default")]] void operator delete(void* block, std::size_t /*size*/) noexcept {
     GiveToHeap(block);
 }
 
-void operator delete[](void* block, std::size_t /*size*/) noexcept {
+[[gnu::visibility("default")]] void operator delete[](void* block, std::size_t /*size*/) noexcept {
     GiveToHeap(block);
 }
