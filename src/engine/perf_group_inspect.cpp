@@ -168,7 +168,8 @@ void Foretell(const PerfGroup& group, const std::vector<GroupItemState>& items,
     GroupPreview released(group);
     if (item.handle != kNoHandle) {
         released.Release(item.handle, items, now);
-        // An expired item that comes to the front is in force only until the worker is back.
+        // An expired item that comes to the front is in force only until the worker looks at the
+        // clock.
         released.Pass(now, now);
     }
     item.afterRelease = released.InForce();

@@ -241,6 +241,20 @@ TEST_F(PerfGroupInspect, AnOverdueWinnerIsStillInForceAndEndsNow) {
     EXPECT_EQ(PairText(item.afterRelease), "300~2000");
 }
 
+TEST_F(PerfGroupInspect, AReleaseTakesBackEveryStepOfAnEvent) {
+    Timely(1, Boost(1800), 0, 10);
+    Timely(1, Boost(1500), 5, 30);
+    Timely(1, Boost(1500), 5, 40);
+    EXPECT_EQ(PairText(Item(1).afterRelease), "300~2000");
+    EXPECT_EQ(PairText(Item(1).afterEnd), "1500~3000");
+}
+
+TEST_F(PerfGroupInspect, AReleaseTakesBackStepsThatDifferInNothingButTheirValue) {
+    Timely(1, Boost(1800));
+    Timely(1, Boost(1500));
+    EXPECT_EQ(PairText(Item(1).afterRelease), "300~2000");
+}
+
 TEST_F(PerfGroupInspect, AReleaseTakesBackBothSidesOfARequest) {
     Timely(1, Both(1000, 1200));
     EXPECT_EQ(PairText(State().inForce), "1000~1200");

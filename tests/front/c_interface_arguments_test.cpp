@@ -139,8 +139,6 @@ TEST_F(CArgumentsTest, AnEngineIsNotMadeOfOptionsThatCannotBe) {
     const corebeacon_scenario scenarioWithoutItems = {kScenario, nullptr, 2};
     corebeacon_probe probeOfNoSize = kProbeRow;
     probeOfNoSize.size = 0;
-    corebeacon_probe probeWithoutNode = kProbeRow;
-    probeWithoutNode.node_path = nullptr;
     const uint32_t unknownQos = COREBEACON_QOS_EAS;
 
     const auto with = [this](const std::function<void(corebeacon_options&)>& change) {
@@ -159,6 +157,7 @@ TEST_F(CArgumentsTest, AnEngineIsNotMadeOfOptionsThatCannotBe) {
                      }),
                      "no name of an invalid cluster");
     ExpectNotCreated(with([](O& o) { o.qos_count = kTooMany; }), "no QoS");
+    ExpectNotCreated(with([](O& o) { o.qos = nullptr; }), "no QoS");
     ExpectNotCreated(with([](O& o) { o.own_qos_count = 1; }), "no QoS of one's own");
     for (const corebeacon_own_qos& own :
          {corebeacon_own_qos{COREBEACON_QOS_INVALID, "name", "/node", 0, 1, 0},
@@ -190,7 +189,13 @@ TEST_F(CArgumentsTest, AnEngineIsNotMadeOfOptionsThatCannotBe) {
                          why);
     }
     ExpectNotCreated(with([&](O& o) { o.probe = &probeOfNoSize; }), "a probe of an unknown size");
-    ExpectNotCreated(with([&](O& o) { o.probe = &probeWithoutNode; }), "a probe without its texts");
+    for (const char* corebeacon_probe::*const text :
+         {&corebeacon_probe::node_path, &corebeacon_probe::bind_text,
+          &corebeacon_probe::unbind_text}) {
+        corebeacon_probe probe = kProbeRow;
+        probe.*text = nullptr;
+        ExpectNotCreated(with([&](O& o) { o.probe = &probe; }), "a probe without its texts");
+    }
 }
 
 TEST_F(CArgumentsTest, TheEnginesOwnRefusalIsPassedOn) {

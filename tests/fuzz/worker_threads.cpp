@@ -1,8 +1,9 @@
 #include <sstream>
-#include <thread>
 
+#include "fuzz/demand.h"
 #include "fuzz/workers.h"
 #include "support/all_asleep.h"
+#include "support/deadline.h"
 
 namespace corebeacon::fuzz {
 
@@ -11,14 +12,11 @@ WorkerScope::~WorkerScope() = default;
 
 /// A dump is answered by each worker in its turn.
 void AwaitWorkers(ConfigManager& front, const test::ManualClock& clock) {
-    while (clock.HasDueWaiters()) {
-        std::this_thread::yield();
-    }
+    Demand(test::Eventually([&clock] { return !clock.HasDueWaiters(); }), "time-outs come about");
     std::ostringstream ignored;
     front.TaskDump(true, ignored);
-    while (!test::AllAsleep(front, clock)) {
-        std::this_thread::yield();
-    }
+    Demand(test::Eventually([&] { return test::AllAsleep(front, clock); }),
+           "every worker goes back to sleep");
 }
 
 }  // namespace corebeacon::fuzz

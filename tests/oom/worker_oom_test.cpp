@@ -10,6 +10,7 @@
 #include "command/command_manager.h"
 #include "corebeacon/trace.h"
 #include "oom/oom_fixture.h"
+#include "support/log_capture.h"
 
 namespace corebeacon::test {
 namespace {
@@ -17,6 +18,15 @@ namespace {
 constexpr int kPid = 1;
 constexpr int kTid = 4711;
 constexpr unsigned int kLongMs = 60000;
+
+/// Whose lines are kept although the threads that log them have no memory.
+class ExemptLogCapture : public LogCapture {
+public:
+    void Write(int level, const char* tag, const char* message) noexcept override {
+        const HeapExemption exemption;
+        LogCapture::Write(level, tag, message);
+    }
+};
 
 class WorkerOomTest : public OomFixture {
 protected:
@@ -87,6 +97,23 @@ TEST_F(WorkerOomTest, AProbedThreadIsUnboundWithoutMemory) {
     const FailingHeap heap(HeapUser::OTHER_THREADS, Shortage::FOR_EVER, 1);
     gate->Open();
     EXPECT_TRUE(Eventually([this] { return mDevice->Snapshot().at(kProbeNode) == "unbind|4711"; }));
+}
+
+TEST_F(WorkerOomTest, AThreadThatIsNotBoundForLackOfMemoryMayBeProbedAgain) {
+    const ExemptLogCapture log;
+    {
+        const FailingHeap heap(HeapUser::OTHER_THREADS, Shortage::FOR_EVER, 1);
+        ASSERT_EQ(mFront->StartProbe(kTid), 0);
+        ASSERT_TRUE(Eventually([&log] {
+            return log.Count(LOG_LEVEL_ERROR, "out of memory, tid 4711 is not bound") == 1;
+        }));
+    }
+    EXPECT_EQ(mDevice->Snapshot().at(kProbeNode).find("4711"), std::string::npos);
+    // Until the span of the first is over, another one is a duplicate.
+    EXPECT_TRUE(Eventually([this] {
+        EXPECT_EQ(mFront->StartProbe(kTid), 0);
+        return mDevice->Snapshot().at(kProbeNode) == "unbind|4711";
+    }));
 }
 
 TEST_F(WorkerOomTest, ADumpIsAnsweredWithoutMemory) {
@@ -173,6 +200,18 @@ TEST_P(StartOomTest, AStartThatFindsNoMemoryIsLeftOutWhole) {
                 unsigned long handle = 0;
                 ASSERT_EQ(mFront->PerfRequest(kPid, 0, {request}, handle), 0);
                 ASSERT_EQ(mFront->PerfRequest(kPid, kLongMs, {request}, handle), 0);
+            }
+        },
+        8);
+}
+
+TEST_P(StartOomTest, StandingStartsBeyondTheRoomThatAGroupHasAreLeftOut) {
+    ExpectNothingIsLeftOf(
+        [this] {
+            for (int value = 0; value < 100; ++value) {
+                unsigned long handle = 0;
+                const auto ask = AskRange(PERF_QOS_GPU, 400000000 + value, 600000000 - value);
+                ASSERT_EQ(mFront->PerfRequest(kPid, 0, {ask}, handle), 0);
             }
         },
         8);

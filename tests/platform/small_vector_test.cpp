@@ -20,6 +20,17 @@ std::vector<Element> Listed(const Small& small) {
     return {small.begin(), small.end()};
 }
 
+TEST(SmallVector, OutlivesItsAssignmentToItself) {
+    Small small;
+    for (int value = 0; value < 3; ++value) {
+        small.push_back(Number(value));
+    }
+    const std::vector<Element> before = Listed(small);
+    const Small& itself = small;
+    small = itself;
+    EXPECT_EQ(Listed(small), before);
+}
+
 TEST(SmallVector, HoldsWhatAVectorHoldsAfterAnyRunOfChanges) {
     std::mt19937 random(1);
     for (int round = 0; round < 300; ++round) {
