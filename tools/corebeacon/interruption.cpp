@@ -18,9 +18,19 @@ std::atomic<int> descriptor{-1};
 
 void OnSignal(int signal) {
     const int former = errno;
-    signalSeen.store(signal);
+    int none = 0;
+    if (signal == SIGTERM) {
+        signalSeen.store(signal);
+    } else {
+        signalSeen.compare_exchange_strong(none, signal);  // what is to end goes on to its end
+    }
     ::eventfd_write(descriptor.load(), 1);
     errno = former;
+}
+
+void Forget() {
+    eventfd_t ignored = 0;
+    ::eventfd_read(descriptor.load(), &ignored);
 }
 
 }  // namespace
@@ -29,19 +39,20 @@ InterruptionGuard::InterruptionGuard(Catch how) {
     if (descriptor.load() < 0) {
         descriptor.store(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC));
     }
-    ClearInterruption();
-    ++guards;
+    signalSeen.store(0);
+    Forget();
     struct sigaction action {};
     action.sa_handler = &OnSignal;
     action.sa_flags = how == Catch::ONCE ? static_cast<int>(SA_RESETHAND) : 0;
     ::sigaction(SIGINT, &action, &mFormerInterrupt);
     ::sigaction(SIGTERM, &action, &mFormerTerminate);
+    ++guards;  // from here on a signal interrupts
 }
 
 InterruptionGuard::~InterruptionGuard() {
+    --guards;
     ::sigaction(SIGINT, &mFormerInterrupt, nullptr);
     ::sigaction(SIGTERM, &mFormerTerminate, nullptr);
-    --guards;
 }
 
 bool IsInterruptible() {
@@ -52,10 +63,16 @@ int Interruption() {
     return signalSeen.load();
 }
 
-void ClearInterruption() {
-    signalSeen.store(0);
-    eventfd_t ignored = 0;
-    ::eventfd_read(descriptor.load(), &ignored);
+bool TakeCtrlC() {
+    int seen = SIGINT;
+    if (!signalSeen.compare_exchange_strong(seen, 0)) {
+        return false;
+    }
+    Forget();
+    if (signalSeen.load() != 0) {
+        ::eventfd_write(descriptor.load(), 1);  // it came meanwhile, and its news may be gone
+    }
+    return true;
 }
 
 int InterruptionDescriptor() {

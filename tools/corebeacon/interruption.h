@@ -29,9 +29,10 @@ private:
 
 /// Whether there is a guard, so that a wait has to look.
 bool IsInterruptible();
-/// The signal that came, 0 for none.
+/// The signal that came, 0 for none. SIGTERM stays; a Ctrl-C may be taken back.
 int Interruption();
-void ClearInterruption();
+/// Whether it was Ctrl-C that came. Takes it back: the next one is a new one.
+bool TakeCtrlC();
 /// To be polled along with what is waited for: readable while there is an interruption. That a call
 /// returns with EINTR is not enough, for the signal may come just before it, or to another thread.
 int InterruptionDescriptor();

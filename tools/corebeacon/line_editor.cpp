@@ -190,8 +190,7 @@ LineEditor::Answer LineEditor::Terminal::Read(std::string& line) {
     ::el_set(mEdit, EL_PREP_TERM, 1);
     int length = 0;
     const char* const text = ::el_gets(mEdit, &length);
-    if (Interruption() == SIGINT) {
-        ClearInterruption();
+    if (TakeCtrlC()) {
         std::fputs("^C\n", stdout);
         std::fflush(stdout);
         return Answer::CANCELLED;

@@ -133,12 +133,10 @@ void Shell::ReadTerminal() {
             (answer == LineEditor::Answer::LINE && !Obey(line))) {
             return;
         }
-        if (Interruption() == SIGTERM) {
-            return;
-        }
-        if (Interruption() != 0) {
-            ClearInterruption();
+        if (TakeCtrlC()) {
             mDiagnostics << "corebeacon: interrupted" << std::endl;
+        } else if (Interruption() != 0) {
+            return;
         }
     }
 }

@@ -32,6 +32,15 @@ class Prompt(unittest.TestCase):
         terminal.wait_for(PROMPT)
         return terminal
 
+    def start_and_signal(self, number):
+        terminal = self.start()
+        # The thread sanitizer puts a signal aside that comes while nothing waits. During the first
+        # wait of a thread it makes the place for that, and loses what comes meanwhile.
+        if "COREBEACON_SIGNALS_GET_LOST" in os.environ:
+            self.enter(terminal, "")
+        terminal.signal(number)
+        return terminal
+
     def enter(self, terminal, line):
         """Types a line and returns what it brings forth, up to the next prompt."""
         terminal.type(line + "\r")
@@ -159,16 +168,14 @@ class Prompt(unittest.TestCase):
         terminal = self.start()
         terminal.type("exit\r")
         self.assertEqual(terminal.wait_end(), 0)
-        terminal = self.start()
-        terminal.signal(signal.SIGTERM)
+        terminal = self.start_and_signal(signal.SIGTERM)
         self.assertEqual(terminal.wait_end(), 0)
         self.assertIn("No node was written.", terminal.output)
 
     def test_what_comes_right_behind_the_prompt_is_obeyed(self):
         for _ in range(25):
             self.assertEqual(self.leave(self.start()), 0)
-            terminal = self.start()
-            terminal.signal(signal.SIGTERM)
+            terminal = self.start_and_signal(signal.SIGTERM)
             self.assertEqual(terminal.wait_end(), 0)
 
     def test_leaving_awaits_what_is_timed_unless_it_is_interrupted(self):
