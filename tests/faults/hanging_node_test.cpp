@@ -1,6 +1,7 @@
 // A node whose operations do not come back: whoever asks its QoS for something is not held up, nor
 // is any other QoS. A gate holds the node's operation for as long as a test wants.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -12,6 +13,7 @@
 
 #include "command/command_manager.h"
 #include "front/front_fixture.h"
+#include "support/thread_state.h"
 
 namespace corebeacon::test {
 namespace {
@@ -273,6 +275,21 @@ TEST_F(DestructionOnAHangingNode, EndsADumpThatWaitsForTheNode) {
     dumper.join();
     EXPECT_NE(out.str().find("CPU_B: "), std::string::npos);
     EXPECT_EQ(out.str().find("GPU: boostBase"), std::string::npos);
+}
+
+TEST_F(DestructionOnAHangingNode, EndsAnInspectionThatWaitsForTheNode) {
+    HangTheGpu();
+    std::atomic<pid_t> tid{0};
+    std::thread inspector([&] {
+        tid = ::gettid();
+        std::vector<GroupState> groups;
+        EXPECT_EQ(mFront->Inspect(PERF_QOS_GPU, groups), -1);
+        EXPECT_TRUE(groups.empty());
+    });
+    EXPECT_TRUE(Eventually([&] { return IsAsleep(tid); }));
+    Destroy();
+    inspector.join();
+    EXPECT_EQ(mLog.Count(LOG_LEVEL_ERROR, "fail to inspect res GPU"), 1U);
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "check_command.h"
 #include "interruption.h"
 #include "json_document.h"
+#include "support/deadline.h"
 #include "table_command.h"
 #include "tool_fixture.h"
 
@@ -127,10 +128,9 @@ TEST(JsonOutput, IsWholeEvenWhenTheRunIsInterrupted) {
     std::ostringstream diagnostics;
     // With the true clock: the statement lasts for longer than the test would ever wait.
     std::thread sender([] {
-        while (!IsInterruptible()) {
-            std::this_thread::yield();
+        if (corebeacon::test::Eventually(IsInterruptible)) {
+            ::kill(::getpid(), SIGTERM);
         }
-        ::kill(::getpid(), SIGTERM);
     });
     const int exitCode = PlayScript("wait 3600s\nversion\n", "story.qos",
                                     {.session = {}, .isJson = true}, out, diagnostics);
