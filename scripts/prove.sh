@@ -90,7 +90,7 @@ prove() {
     if ! { names_known "$command" && eval "$command"; } >"$log" 2>&1; then
         number="FAILED, see $log"
     elif [ "$number" = last ]; then
-        number=$(tail -n 1 "$log")
+        number=$(tail -n 1 "$log" | sed 's/^=* *//')
     fi
     echo "| $name | $promise | $number | $((SECONDS - begin)) s | $commit |"
 }
