@@ -28,11 +28,6 @@ void OnSignal(int signal) {
     errno = former;
 }
 
-void Forget() {
-    eventfd_t ignored = 0;
-    ::eventfd_read(descriptor.load(), &ignored);
-}
-
 }  // namespace
 
 InterruptionGuard::InterruptionGuard(Catch how) {
@@ -40,7 +35,7 @@ InterruptionGuard::InterruptionGuard(Catch how) {
         descriptor.store(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC));
     }
     signalSeen.store(0);
-    Forget();
+    ForgetInterruptionNews();
     struct sigaction action {};
     action.sa_handler = &OnSignal;
     action.sa_flags = how == Catch::ONCE ? static_cast<int>(SA_RESETHAND) : 0;
@@ -65,18 +60,16 @@ int Interruption() {
 
 bool TakeCtrlC() {
     int seen = SIGINT;
-    if (!signalSeen.compare_exchange_strong(seen, 0)) {
-        return false;
-    }
-    Forget();
-    if (signalSeen.load() != 0) {
-        ::eventfd_write(descriptor.load(), 1);  // it came meanwhile, and its news may be gone
-    }
-    return true;
+    return signalSeen.compare_exchange_strong(seen, 0);
 }
 
 int InterruptionDescriptor() {
     return descriptor.load();
+}
+
+void ForgetInterruptionNews() {
+    eventfd_t ignored = 0;
+    ::eventfd_read(descriptor.load(), &ignored);
 }
 
 }  // namespace corebeacon::tool

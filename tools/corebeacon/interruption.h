@@ -33,8 +33,11 @@ bool IsInterruptible();
 int Interruption();
 /// Whether it was Ctrl-C that came. Takes it back: the next one is a new one.
 bool TakeCtrlC();
-/// To be polled along with what is waited for: readable while there is an interruption. That a call
-/// returns with EINTR is not enough, for the signal may come just before it, or to another thread.
+/// To be polled along with what is waited for: readable once a signal came. That a call returns
+/// with EINTR is not enough, for the signal may come just before it, or to another thread.
 int InterruptionDescriptor();
+/// Whoever finds it readable calls this and then looks at Interruption(), in this order: the news
+/// may be those of a Ctrl-C that is taken back already, and would wake each wait that follows.
+void ForgetInterruptionNews();
 
 }  // namespace corebeacon::tool

@@ -240,6 +240,9 @@ bool LineEditor::Terminal::AwaitByte() {
         if (ready < 0 && errno != EINTR) {  // it is EINTR also when the window was resized
             return false;
         }
+        if (ready > 0 && awaited[1].revents != 0) {
+            ForgetInterruptionNews();
+        }
         if (ready > 0 && awaited[0].revents != 0) {
             return true;
         }
