@@ -229,7 +229,9 @@ protected:
     /// Destroys the engine while the gate is closed, and opens it once every other worker has left.
     void Destroy() {
         std::atomic<bool> opened{false};
+        std::atomic<pid_t> tid{0};
         std::thread destroyer([&] {
+            tid = ::gettid();
             mFront.reset();
             EXPECT_TRUE(opened);
         });
@@ -237,6 +239,8 @@ protected:
             const std::string text = "[" + std::string(name) + "] work thread exit";
             EXPECT_TRUE(Eventually([&] { return mLog.Count(LOG_LEVEL_INFO, text) == 1; })) << name;
         }
+        // The worker that hangs is told last: once the destroyer waits, it has been.
+        EXPECT_TRUE(Eventually([&] { return IsAsleep(tid); }));
         EXPECT_EQ(mLog.Count(LOG_LEVEL_INFO, "[GPU] work thread exit"), 0U);
         opened = true;
         mGate->Open();
@@ -279,14 +283,15 @@ TEST_F(DestructionOnAHangingNode, EndsADumpThatWaitsForTheNode) {
 
 TEST_F(DestructionOnAHangingNode, EndsAnInspectionThatWaitsForTheNode) {
     HangTheGpu();
-    std::atomic<pid_t> tid{0};
+    // The other workers and the binder sleep, so one sleeper more is the inspection.
+    constexpr std::size_t kSleepers = 4;
+    ASSERT_TRUE(Eventually([&] { return mClock.SleeperCount() == kSleepers; }));
     std::thread inspector([&] {
-        tid = ::gettid();
         std::vector<GroupState> groups;
         EXPECT_EQ(mFront->Inspect(PERF_QOS_GPU, groups), -1);
         EXPECT_TRUE(groups.empty());
     });
-    EXPECT_TRUE(Eventually([&] { return IsAsleep(tid); }));
+    EXPECT_TRUE(Eventually([&] { return mClock.SleeperCount() == kSleepers + 1; }));
     Destroy();
     inspector.join();
     EXPECT_EQ(mLog.Count(LOG_LEVEL_ERROR, "fail to inspect res GPU"), 1U);
