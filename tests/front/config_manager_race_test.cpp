@@ -90,6 +90,8 @@ protected:
         return std::ranges::none_of(bound, [](const auto& entry) { return entry.second; });
     }
 
+    std::size_t Probes() const { return mFront->Commands().GetCounts().probes; }
+
     void ExpectIdle() {
         Settle(*mFront);
         EXPECT_TRUE(Eventually([this] { return AllUnbound(mDevice->WritesTo(kBindNode)); }));
@@ -196,13 +198,14 @@ TEST_F(RaceTest, AProbeThatIsReleasedBeforeItsThreadIsBoundIsNotBoundAnyMore) {
         starting = ::gettid();
         EXPECT_EQ(mFront->StartProbe(7), 0);
     });
-    EXPECT_TRUE(Eventually([&] { return IsAsleep(starting); }));
+    // Elsewhere it may sleep for a moment, too: not before there is something to release.
+    EXPECT_TRUE(Eventually([&] { return Probes() == 2 && IsAsleep(starting); }));
     std::atomic<pid_t> releasing{0};
     std::thread releaser([&] {
         releasing = ::gettid();
         EXPECT_EQ(mFront->PerfReleaseAll(7), 0);
     });
-    EXPECT_TRUE(Eventually([&] { return IsAsleep(releasing); }));
+    EXPECT_TRUE(Eventually([&] { return Probes() == 1 && IsAsleep(releasing); }));
     sink.Release();
     inside.join();
     starter.join();
