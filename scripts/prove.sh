@@ -32,6 +32,15 @@ suites() {
         xargs -P 4 -I PROGRAM env PROGRAM --gtest_shuffle --gtest_repeat="$1" --gtest_brief=1
 }
 
+# dawdling N   the same with threads that are late at one moment or another
+dawdling() {
+    local library=$PWD/build/release/tests/races/libcorebeacon_dawdle.so
+    # A library that stands in front of nothing would pass.
+    nm -D --defined-only "$library" | grep -w pthread_mutex_lock || return
+    local -x LD_PRELOAD=$library
+    suites "$1"
+}
+
 all_presets() {
     local name
     scripts/test.sh || return
@@ -51,6 +60,7 @@ inside() {
 proofs=(
     "presets | all tests, with both compilers and under every sanitizer | 8 presets | all_presets"
     "repeats | no test depends on its order or on luck | 200 shuffled runs | suites 200"
+    "dawdling | nor on which thread is ahead | 3 runs, delays at 1 of 100 locks | dawdling 3"
     "coverage | the tests go everywhere | last | scripts/coverage.sh"
     "group-model | a group is what its model is | 10^7 steps | COREBEACON_MODEL_STEPS=10000000 suite release model 'GroupModel.Random*'"
     "table-model | so are the handle table and the work modes | 10^7 steps | COREBEACON_MODEL_STEPS=10000000 suite release model 'HandleModel.R*:WorkMode*Ra*'"
