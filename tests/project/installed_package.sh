@@ -35,10 +35,12 @@ check() {
     echo "$1: ok"
 }
 
+# The one that is there for certain: a bare machine has no make.
+generator=$(sed -n 's/^CMAKE_GENERATOR:INTERNAL=//p' "$build/CMakeCache.txt")
 for example in boost boost_c; do
     for library in corebeacon corebeacon_static; do
         name=$example-$library
-        "$cmake" -S "$examples/$example" -B "$work/$name" -DCMAKE_PREFIX_PATH="$prefix" \
+        "$cmake" -G "$generator" -S "$examples/$example" -B "$work/$name" -DCMAKE_PREFIX_PATH="$prefix" \
             -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_C_COMPILER="$cc" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON \
             -DCOREBEACON_LIBRARY=$library >"$work/$name.log" 2>&1 &&
             "$cmake" --build "$work/$name" >>"$work/$name.log" 2>&1 || {
